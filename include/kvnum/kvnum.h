@@ -1,0 +1,7 @@
+#ifndef KVNUM_KVNUM_H
+#define KVNUM_KVNUM_H
+/* kvnum: multi-precision arithmetic. The whole C interface; each family has a header of its own. */
+
+#include "kvnum/frame.h"
+
+#endif

@@ -1,0 +1,87 @@
+#pragma once
+// The one interface behind every large product: convolution of word arrays by a transform. Implemented by the
+// floating-point FFT (multiply/fft), the number-theoretic transforms (multiply/ntt32, multiply/ntt64) and, as an
+// identity transform, by the direct products (multiply/direct_engine.*).
+//
+// Engines see arrays as little-endian bytes and count them in 32-bit words, so both word widths share them. They
+// check nothing that a caller could get wrong: table, scratch and lengths are checked by the layer above
+// (multiply/engine_algorithm.*, multiply/transform_helper.*). They fork only on the current framework and never
+// throw inside a fork: a failed check is recorded in the step's status and raised after the join.
+
+#include "frame/parameters.h"
+#include "frame/types.h"
+
+namespace kvt::multiply {
+
+// A read-only operand: n 32-bit words, any alignment.
+struct Operand {
+    const u8* bytes;
+    u64 n;
+};
+
+// Where a result goes: its 32-bit words [first, first + count), any alignment. May overlap the operands of the same
+// call: they are consumed before the first store. Words beyond the product are zero.
+struct Window {
+    u8* bytes;
+    u64 first;
+    u64 count;
+};
+
+// What a transform of one length needs; a plain value that lives on the caller's stack.
+struct TransformPlan {
+    u64 min_bits = 0;       // asked for
+    u64 capacity_bits = 0;  // products up to this many bits come out whole
+    u64 wrap_bits = 0;      // longer ones come out modulo 2^wrap_bits - wrap_sign
+    int wrap_sign = 1;      // +1 cyclic (N32, N64), -1 negacyclic (FFT)
+    u64 operand_bytes = 0;  // one transformed operand, rounded up to 64
+    u64 work_bytes = 0;     // scratch of forward(), multiply(), inverse() beyond the operands
+    u64 product_bytes = 0;  // scratch of product() beyond operand a
+    u64 table_bits = 0;     // the twiddle table must cover this
+    u64 row = 0;            // the engine's own: row of its length table, code, ...
+    u64 points = 0;
+};
+
+// Residue of a word array modulo M = 2^61 - 1, kept reduced; the engines carry it through the self-check
+// A mod M * B mod M = C mod M of every product that is not wrapped.
+struct Residue {
+    u64 value = 0;
+};
+
+class TransformEngine {
+  public:
+    // Smallest transform that forms every product of min_bits bits without wrapping. Depends on nothing but min_bits.
+    virtual TransformPlan plan(u64 min_bits) const = 0;
+
+    // Smallest transform whose wrap_bits is at least min_bits (for products whose top is known).
+    virtual TransformPlan plan_wrapped(u64 min_bits) const { return plan(min_bits); }
+
+    // Cuts a into points and transforms it into operand. a must fit in wrap_bits.
+    // operand [plan.operand_bytes], work [plan.work_bytes], any alignment. Returns a's residue.
+    virtual Residue forward(const TransformPlan& plan, const GlobalTwiddleTable& table, Operand a, void* operand,
+                            void* work, u64 tasks) const = 0;
+
+    // Pointwise product, in place in a. a == b squares.
+    virtual void multiply(const TransformPlan& plan, const GlobalTwiddleTable& table, void* a, const void* b,
+                          void* work, u64 tasks) const = 0;
+
+    // Transforms back, rounds or joins the residues, carries, and keeps the window's words; operand is destroyed.
+    // expected: the product's residue when it is not wrapped and is to be checked, else null.
+    virtual void inverse(const TransformPlan& plan, const GlobalTwiddleTable& table, void* operand, Window out,
+                         const Residue* expected, void* work, u64 tasks) const = 0;
+
+    // One-shot product: multiplies the transformed operand a (destroyed) by b, transformed block by block, and
+    // transforms back while in cache. b.bytes == null squares. Same words as forward, multiply, inverse.
+    // a_residue: as forward() returned it; checked against the result unless the product wraps (check = false).
+    virtual void product(const TransformPlan& plan, const GlobalTwiddleTable& table, void* a, Residue a_residue,
+                         Operand b, Window out, bool check, void* work, u64 tasks) const = 0;
+
+  protected:
+    ~TransformEngine() = default;
+};
+
+const TransformEngine& fft_engine() noexcept;
+const TransformEngine& ntt32_engine() noexcept;
+const TransformEngine& ntt64_engine() noexcept;
+const TransformEngine& direct_engine() noexcept;
+
+}  // namespace kvt::multiply
