@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "frame/types.h"
-#include "kernels/cpu.h"
 
 namespace kvt::test {
 
@@ -50,17 +49,5 @@ std::vector<u64> around(std::initializer_list<u64> values);
 
 // Rounds of a random test, multiplied by KVNUM_TEST_SCALE (default 1; the soak run sets it).
 u64 rounds(u64 base);
-
-// Every level combination this machine has, lowest first; for tests that rerun per instruction set.
-std::vector<kernels::Levels> all_levels();
-
-// Caps the kernels for a scope.
-class LevelScope {
-  public:
-    explicit LevelScope(kernels::Levels cap) { kernels::cap_levels(cap); }
-    ~LevelScope() { kernels::cap_levels(kernels::no_cap); }
-    LevelScope(const LevelScope&) = delete;
-    LevelScope& operator=(const LevelScope&) = delete;
-};
 
 }  // namespace kvt::test
