@@ -3,5 +3,6 @@
 /* kvnum: multi-precision arithmetic. The whole C interface; each family has a header of its own. */
 
 #include "kvnum/frame.h"
+#include "kvnum/kernels.h"
 
 #endif

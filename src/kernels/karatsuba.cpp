@@ -1,0 +1,177 @@
+#include "kernels/karatsuba.h"
+
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+namespace kvt::kernels {
+
+u64 karatsuba_mul_threshold = 18;
+u64 karatsuba_sqr_threshold = 19;
+
+namespace {
+
+template <class W>
+using SignedDoubleWord = std::conditional_t<sizeof(W) == 8, i128, i64>;
+
+template <class W>
+void copy(W* C, const W* A, u64 n) noexcept {
+    std::memcpy(C, A, n * sizeof(W));
+}
+
+// D[0..l) = |A0 - A1|, where A0 = A[0..l) and A1 = A[l..l+h), h = l or l - 1. Returns whether A0 is the smaller.
+template <class W>
+bool half_difference(W* D, const W* A, u64 l, u64 h) noexcept {
+    const W* low = A;
+    const W* high = A + l;
+    bool smaller = false;
+    if (l == h || low[h] == 0) {
+        u64 i = h;
+        while (i > 0 && low[i - 1] == high[i - 1]) --i;
+        smaller = i > 0 && low[i - 1] < high[i - 1];
+    }
+    const u32 borrow = smaller ? sub_nr(D, high, low, h, 0) : sub_nr(D, low, high, h, 0);
+    if (l > h) D[h] = smaller ? 0 : static_cast<W>(low[h] - borrow);
+    return smaller;
+}
+
+// Adds a signed carry at C and ripples it through n words; modulo the top, where the whole sum is exact.
+template <class W>
+void add_signed(W* C, u64 n, SignedDoubleWord<W> carry) noexcept {
+    for (u64 i = 0; i < n && carry != 0; ++i) {
+        carry += C[i];
+        C[i] = static_cast<W>(carry);
+        carry >>= word_bits<W>;
+    }
+}
+
+// C holds P0 = A0 B0 in 2l words and P1 = A1 B1 in 2h words; adds P0 + P1 -+ S at word l. One pass: the shared sum of
+// P0's upper and P1's lower half goes to the words l + i and 2l + i; two running signed carries, each within -1 .. 3.
+template <class W, bool minus>
+void combine(W* C, const W* S, u64 l, u64 h) noexcept {
+    using Signed = SignedDoubleWord<W>;
+    Signed lower = 0, upper = 0;
+    const auto step = [&](u64 i, W top) {
+        const Signed shared = static_cast<Signed>(C[l + i]) + C[2 * l + i];
+        lower += shared + C[i];
+        upper += shared + top;
+        if constexpr (minus) {
+            lower -= S[i];
+            upper -= S[l + i];
+        } else {
+            lower += S[i];
+            upper += S[l + i];
+        }
+        C[l + i] = static_cast<W>(lower);
+        C[2 * l + i] = static_cast<W>(upper);
+        lower >>= word_bits<W>;
+        upper >>= word_bits<W>;
+    };
+    const u64 both = 2 * h - l;  // P1's upper half ends here: at l, or two words before it
+    for (u64 i = 0; i < both; ++i) step(i, C[3 * l + i]);
+    for (u64 i = both; i < l; ++i) step(i, 0);
+    add_signed(C + 2 * l, 2 * h, lower);
+    add_signed(C + 3 * l, both, upper);
+}
+
+// C[0..n) += S[0..n), the carry rippled through the following words up to end.
+template <class W>
+void add_below(W* C, const W* S, u64 n, u64 end) noexcept {
+    add1_ir(C + n, end - n, add_ir(C, S, n, 0));
+}
+
+}  // namespace
+
+template <class W>
+void sqrK(W* C, const W* A, u64 L, W* S) noexcept {
+    if (L < sqr_split_words<W>()) return sqrB(C, A, L);
+    const u64 h = L / 2, l = L - h;
+    half_difference(C, A, l, h);
+    // The 64-bit routine compares with the threshold of products here.
+    if (h >= (sizeof(W) == 8 ? mul_split_words<W>() : sqr_split_words<W>())) {
+        sqrK(S, C, l, S + 2 * l);
+        sqrK(C, A, l, S + 2 * l);
+        sqrK(C + 2 * l, A + l, h, S + 2 * l);
+    } else {
+        sqrB(S, C, l);
+        sqrB(C, A, l);
+        sqrB(C + 2 * l, A + l, h);
+    }
+    combine<W, true>(C, S, l, h);
+}
+
+template <class W>
+void mulK_balanced(W* C, const W* A, const W* B, u64 L, W* S) noexcept {
+    if (L < mul_split_words<W>()) return mulB(C, A, L, B, L);
+    const u64 h = L / 2, l = L - h;
+    const bool a_smaller = half_difference(C, A, l, h);
+    const bool b_smaller = half_difference(C + l, B, l, h);
+    if (h >= mul_split_words<W>()) {
+        mulK_balanced(S, C, C + l, l, S + 2 * l);
+        mulK_balanced(C, A, B, l, S + 2 * l);
+        mulK_balanced(C + 2 * l, A + l, B + l, h, S + 2 * l);
+    } else {
+        mulB(S, C, l, C + l, l);
+        mulB(C, A, l, B, l);
+        mulB(C + 2 * l, A + l, h, B + l, h);
+    }
+    if (a_smaller == b_smaller)
+        combine<W, true>(C, S, l, h);
+    else
+        combine<W, false>(C, S, l, h);
+}
+
+template <class W>
+void mulK(W* C, const W* A, u64 LA, const W* B, u64 LB, W* S) noexcept {
+    if (LA == LB) return mulK_balanced(C, A, B, LA, S);
+    if (LA < LB) {
+        std::swap(A, B);
+        std::swap(LA, LB);
+    }
+    const u64 n = LB;
+    if (n < mul_split_words<W>()) return mulB(C, A, LA, B, n);
+
+    // Blocks of n words of A. A block's product overlaps the next one's by n words, so every second one is formed in
+    // S and added; the words above p + n are those of the block before it.
+    const auto block_to = [&](W* out, u64 position, W* scratch) { mulK_balanced(out, A + position, B, n, scratch); };
+    u64 p = 0, rest = LA - n;
+    if (rest < n) {
+        mulK(C + n, A + n, rest, B, n, S);
+        block_to(S, 0, S + 2 * n);
+        copy(C, S, n);
+        add_below(C + n, S + n, n, LA);
+        return;
+    }
+    block_to(C, 0, S);
+    p = n;
+    // From here on C[0..p+n) is written, and words p.. of A (rest of them) remain.
+    while (rest >= 3 * n) {
+        block_to(C + p + n, p + n, S);
+        block_to(S, p, S + 2 * n);
+        add_below(C + p, S, 2 * n, 3 * n);
+        p += 2 * n;
+        rest -= 2 * n;
+    }
+    const auto single_block = [&] {
+        block_to(S, p, S + 2 * n);
+        const u32 carry = add_ir(C + p, S, n, 0);
+        copy(C + p + n, S + n, n);
+        add1_ir(C + p + n, n, carry);
+        p += n;
+        rest -= n;
+    };
+    if (rest > 2 * n) single_block();
+    if (rest == n) return single_block();
+    mulK(C + p + n, A + p + n, rest - n, B, n, S);
+    block_to(S, p, S + 2 * n);
+    add_below(C + p, S, 2 * n, rest + n);
+}
+
+template void sqrK(u32*, const u32*, u64, u32*) noexcept;
+template void sqrK(u64*, const u64*, u64, u64*) noexcept;
+template void mulK_balanced(u32*, const u32*, const u32*, u64, u32*) noexcept;
+template void mulK_balanced(u64*, const u64*, const u64*, u64, u64*) noexcept;
+template void mulK(u32*, const u32*, u64, const u32*, u64, u32*) noexcept;
+template void mulK(u64*, const u64*, u64, const u64*, u64, u64*) noexcept;
+
+}  // namespace kvt::kernels

@@ -1,0 +1,78 @@
+#pragma once
+// Karatsuba product and square, in the form that subtracts the halves: |A0 - A1| needs no carry word.
+//
+// A is split at l = ceil(L/2) words: A0 low (l words), A1 high (h = L - l words). With DA = |A0 - A1|, DB = |B0 -
+// B1|,
+//   A * B = A0 B0 + (A0 B0 + A1 B1 -+ DA DB) X^l + A1 B1 X^2l,
+// minus when A0 - A1 and B0 - B1 have the same sign. The differences stand in C until the low product overwrites
+// them; DA DB stands in the first 2l words of the scratch, and the rest of it serves the next level.
+
+#include "kernels/schoolbook.h"
+
+namespace kvt::kernels {
+
+// Lengths from which a product or square is split. Those of the 64-bit routines may be tuned; read on every call;
+// at least 4.
+extern u64 karatsuba_mul_threshold, karatsuba_sqr_threshold;
+
+template <class W>
+u64 mul_split_words() noexcept {
+    if constexpr (sizeof(W) == 8)
+        return karatsuba_mul_threshold;
+    else
+        return 12;
+}
+
+template <class W>
+u64 sqr_split_words() noexcept {
+    if constexpr (sizeof(W) == 8)
+        return karatsuba_sqr_threshold;
+    else
+        return 22;
+}
+
+// Words of scratch of a Karatsuba recursion from length L on: each level that is split takes its length rounded up to
+// even and passes the rest on.
+constexpr u64 karatsuba_scratch_words(u64 L, u64 threshold) noexcept {
+    u64 sum = 0;
+    for (; L >= threshold; L = (L + 1) / 2) sum += (L + 1) & ~u64{1};
+    return sum;
+}
+
+// What mulK() and sqrK() need at S.
+template <class W>
+u64 mulK_scratch_words(u64 LA, u64 LB) noexcept {
+    const u64 n = LA < LB ? LA : LB;
+    if (n < mul_split_words<W>()) return 0;
+    return karatsuba_scratch_words(n, mul_split_words<W>()) + (LA == LB ? 0 : 2 * n);
+}
+
+template <class W>
+u64 sqrK_scratch_words(u64 L) noexcept {
+    return karatsuba_scratch_words(L, sqr_split_words<W>());
+}
+
+// Scratch that the entry "BKT" of the dispatcher answers for a product of L words: two operand buffers, 24 bytes a
+// 64-bit word of working space, and the Karatsuba term by the 64-bit thresholds in both widths.
+template <class W>
+u64 karatsuba_entry_bytes(u64 L) noexcept {
+    const u64 n = sizeof(W) == 8 ? L : (L + 1) / 2;
+    const u64 square = 8 * karatsuba_scratch_words(n, karatsuba_sqr_threshold);
+    const u64 product =
+        n >= karatsuba_mul_threshold ? 16 * n + 8 * karatsuba_scratch_words(n, karatsuba_mul_threshold) : 0;
+    return (8 * n + 39) / 32 * 64 + 24 * n + (product > square ? product : square) + 8;
+}
+
+// C[0..2L) = A * A.   S [sqrK_scratch_words(L)]
+template <class W>
+void sqrK(W* C, const W* A, u64 L, W* S) noexcept;
+
+// C[0..2L) = A * B, both of L words.   S [mulK_scratch_words(L, L)]
+template <class W>
+void mulK_balanced(W* C, const W* A, const W* B, u64 L, W* S) noexcept;
+
+// C[0..LA+LB) = A * B, any lengths >= 1.   S [mulK_scratch_words(LA, LB)]
+template <class W>
+void mulK(W* C, const W* A, u64 LA, const W* B, u64 LB, W* S) noexcept;
+
+}  // namespace kvt::kernels
