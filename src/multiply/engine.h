@@ -36,6 +36,7 @@ struct TransformPlan {
     u64 operand_bytes = 0;  // one transformed operand, rounded up to 64
     u64 work_bytes = 0;     // scratch of forward(), multiply(), inverse() beyond the operands
     u64 product_bytes = 0;  // scratch of product() beyond operand a
+    u64 task_bytes = 0;     // to be added to work_bytes and to product_bytes once for every task (at least one)
     u64 table_bits = 0;     // the twiddle table must cover this
     u64 row = 0;            // the engine's own: row of its length table, code, ...
     u64 points = 0;
@@ -56,7 +57,8 @@ class TransformEngine {
     virtual TransformPlan plan_wrapped(u64 min_bits) const { return plan(min_bits); }
 
     // Cuts a into points and transforms it into operand. a must fit in wrap_bits.
-    // operand [plan.operand_bytes], work [plan.work_bytes], any alignment. Returns a's residue.
+    // operand [plan.operand_bytes], work [plan.work_bytes + tasks * plan.task_bytes], any alignment. Returns a's
+    // residue. tasks is at least 1.
     virtual Residue forward(const TransformPlan& plan, const GlobalTwiddleTable& table, Operand a, void* operand,
                             void* work, u64 tasks) const = 0;
 
