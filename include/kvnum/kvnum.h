@@ -4,5 +4,6 @@
 
 #include "kvnum/frame.h"
 #include "kvnum/kernels.h"
+#include "kvnum/multiply.h"
 
 #endif

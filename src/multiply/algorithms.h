@@ -1,0 +1,32 @@
+#pragma once
+// The algorithm objects, one of each kind per word width.
+
+#include <string_view>
+
+#include "multiply/basecase_algorithm.h"
+#include "multiply/engine_algorithm.h"
+
+namespace kvt::multiply {
+
+template <class W>
+inline constexpr BasecaseAlgorithm<W> basecase_algorithm;
+
+// The transforms that are not built yet have no engine; their products raise the error of a missing algorithm.
+template <class W>
+inline constexpr EngineAlgorithm<W> fft_algorithm{"FFT", "Floating-Point FFT", u64{1} << 34, nullptr};
+template <class W>
+inline constexpr EngineAlgorithm<W> ntt32_algorithm{"N32", "32-bit NTT", u64{3} << 30, nullptr};
+template <class W>
+inline constexpr EngineAlgorithm<W> ntt64_algorithm{"N64", "64-bit NTT", u64{7} << 59, nullptr};
+
+// By the name that specifications use; null for any other name.
+template <class W>
+constexpr const MultiplicationAlgorithm<W>* find_algorithm(std::string_view name) {
+    if (name == "BKT") return &basecase_algorithm<W>;
+    if (name == "FFT") return &fft_algorithm<W>;
+    if (name == "NTT32") return &ntt32_algorithm<W>;
+    if (name == "NTT64") return &ntt64_algorithm<W>;
+    return nullptr;
+}
+
+}  // namespace kvt::multiply

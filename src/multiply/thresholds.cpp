@@ -1,0 +1,49 @@
+#include "multiply/thresholds.h"
+
+#include "multiply/algorithms.h"
+
+namespace kvt::multiply {
+namespace {
+
+constexpr ThresholdSpecification defaults[] = {
+    {"BKT", 3'712},
+    {"FFT", 1'572'864},
+    {"NTT32", 3'221'225'472},
+    {"NTT64", 4'035'225'266'123'964'416},
+};
+
+template <class W>
+constexpr ThresholdTable<W> build(std::span<const ThresholdSpecification> specification) {
+    ThresholdTable<W> table;
+    for (const ThresholdSpecification& line : specification)
+        table.append(line.limit_bits / word_bits<W>, find_algorithm<W>(line.name));
+    return table;
+}
+
+// Ready before any code of the library runs: the compiler builds the tables, checks included.
+constinit ThresholdTable<u32> table32 = build<u32>(defaults);
+constinit ThresholdTable<u64> table64 = build<u64>(defaults);
+
+}  // namespace
+
+template <>
+const ThresholdTable<u32>& threshold_table<u32>() noexcept {
+    return table32;
+}
+template <>
+const ThresholdTable<u64>& threshold_table<u64>() noexcept {
+    return table64;
+}
+
+std::span<const ThresholdSpecification> default_specification() noexcept { return defaults; }
+
+template <>
+void rebuild_threshold_table<u32>(std::span<const ThresholdSpecification> specification) {
+    table32 = build<u32>(specification);
+}
+template <>
+void rebuild_threshold_table<u64>(std::span<const ThresholdSpecification> specification) {
+    table64 = build<u64>(specification);
+}
+
+}  // namespace kvt::multiply
