@@ -51,6 +51,7 @@ struct Residue {
 class TransformEngine {
   public:
     // Smallest transform that forms every product of min_bits bits without wrapping. Depends on nothing but min_bits.
+    // A generic error when no length is large enough.
     virtual TransformPlan plan(u64 min_bits) const = 0;
 
     // Smallest transform whose wrap_bits is at least min_bits (for products whose top is known).
