@@ -32,13 +32,17 @@ struct TransformPlan {
     u64 min_bits = 0;       // asked for
     u64 capacity_bits = 0;  // products up to this many bits come out whole
     u64 wrap_bits = 0;      // longer ones come out modulo 2^wrap_bits - wrap_sign
-    int wrap_sign = 1;      // +1 cyclic (N32, N64), -1 negacyclic (FFT)
-    u64 operand_bytes = 0;  // one transformed operand, rounded up to 64
-    u64 work_bytes = 0;     // scratch of forward(), multiply(), inverse() beyond the operands
-    u64 product_bytes = 0;  // scratch of product() beyond operand a
-    u64 task_bytes = 0;     // to be added to work_bytes and to product_bytes once for every task (at least one)
+    int wrap_sign = 1;      // +1 cyclic (N32, N64), -1 negacyclic (FFT), 0 truncated (direct)
+    u64 alignment = 1;      // of operand and work buffers; an engine that wants more has the slack in work_bytes
     u64 table_bits = 0;     // the twiddle table must cover this
-    u64 row = 0;            // the engine's own: row of its length table, code, ...
+
+    // Scratch; none of the four decreases as min_bits grows, and none depends on the machine.
+    u64 operand_bytes = 0;  // one transformed operand
+    u64 work_bytes = 0;     // forward(), multiply(), inverse() beyond the operands
+    u64 product_bytes = 0;  // product() beyond operand a; at most operand_bytes + work_bytes
+    u64 task_bytes = 0;     // to be added to work_bytes and to product_bytes once for every task (at least one)
+
+    u64 row = 0;  // the engine's own: row of its length table, code, ...
     u64 points = 0;
 };
 
