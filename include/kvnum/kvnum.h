@@ -5,5 +5,6 @@
 #include "kvnum/frame.h"
 #include "kvnum/kernels.h"
 #include "kvnum/multiply.h"
+#include "kvnum/twiddle.h"
 
 #endif
