@@ -15,6 +15,8 @@ static_assert(sizeof(MulSizeRecord) == 24);
 
 namespace multiply {
 
+class TransformEngine;  // multiply/engine.h
+
 // One static object per algorithm and word width. Lengths are products' lengths in words W.
 template <class W>
 class MultiplicationAlgorithm {
@@ -39,6 +41,9 @@ class MultiplicationAlgorithm {
                                 u64 L) const = 0;
     virtual void multiply_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A, u64 LA,
                                   const W* B, u64 LB) const = 0;
+
+    // The transform behind it; for the basecase the identity.
+    virtual const TransformEngine& engine() const = 0;
 
     const u64 max_bits;  // the largest product it can form
     const char* const short_name;

@@ -5,6 +5,7 @@
 
 #include "frame/exceptions.h"
 #include "kernels/karatsuba.h"
+#include "multiply/engine.h"
 
 namespace kvt::multiply {
 namespace {
@@ -78,6 +79,11 @@ void BasecaseAlgorithm<W>::multiply_partial(const BasicParameters& params, W* C,
     W* whole = scratch.take(LA + LB);
     kernels::mulK(whole, A, LA, B, LB, scratch.take(0));
     std::memcpy(C, whole + first, count * sizeof(W));
+}
+
+template <class W>
+const TransformEngine& BasecaseAlgorithm<W>::engine() const {
+    return direct_engine();
 }
 
 template class BasecaseAlgorithm<u32>;

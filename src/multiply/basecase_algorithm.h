@@ -18,6 +18,7 @@ class BasecaseAlgorithm final : public MultiplicationAlgorithm<W> {
     void square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A, u64 L) const override;
     void multiply_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A, u64 LA, const W* B,
                           u64 LB) const override;
+    const TransformEngine& engine() const override;
 };
 
 }  // namespace kvt::multiply

@@ -24,7 +24,10 @@ void mul_p(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B, 
         std::fill_n(C, LA + LB, W{0});
         return;
     }
-    algorithm.multiply(params, C, A, LA, B, LB);
+    if (A == B && LA == LB)
+        algorithm.square(params, C, A, LA);
+    else
+        algorithm.multiply(params, C, A, LA, B, LB);
 }
 
 template <class W>

@@ -58,7 +58,8 @@ class TransformEngine {
     // A generic error when no length is large enough.
     virtual TransformPlan plan(u64 min_bits) const = 0;
 
-    // Smallest transform whose wrap_bits is at least min_bits (for products whose top is known).
+    // Smallest transform whose wrap_bits is at least min_bits (for products whose top is known). Asks for no more
+    // scratch than plan(min_bits).
     virtual TransformPlan plan_wrapped(u64 min_bits) const { return plan(min_bits); }
 
     // Cuts a into points and transforms it into operand. a must fit in wrap_bits.

@@ -1,19 +1,29 @@
 #pragma once
-// A multiplication algorithm over a transform engine.
+// A multiplication algorithm over a transform engine. Before the first write it checks the table, then the scratch;
+// then it picks one of three ways that give the same words: one transform of the whole product, blocks of the longer
+// operand against one transform of the shorter one, or rows of a direct product when the shorter one is very short.
 
 #include "multiply/algorithm.h"
 #include "multiply/engine.h"
 
 namespace kvt::multiply {
 
-// Finds the engine; null while it is not built: every operation then raises the error of a missing algorithm.
+// Finds an engine; null while it is not built: every operation then raises the error of a missing algorithm.
 using EngineSource = const TransformEngine& (*)() noexcept;
+
+// One rung of the transforms, ordered by reach.
+struct EngineRung {
+    EngineSource source;
+    u64 block_bits;             // blocks of up to this many bits are best formed by it
+    u64 cost;                   // of a byte of transformed operand, relative to the others
+    const EngineRung* shorter;  // the next lower rung, or null
+};
 
 template <class W>
 class EngineAlgorithm final : public MultiplicationAlgorithm<W> {
   public:
-    constexpr EngineAlgorithm(const char* short_name, const char* display_name, u64 max_bits, EngineSource source)
-        : MultiplicationAlgorithm<W>(short_name, display_name, max_bits), source_(source) {}
+    constexpr EngineAlgorithm(const char* short_name, const char* display_name, u64 max_bits, const EngineRung& rung)
+        : MultiplicationAlgorithm<W>(short_name, display_name, max_bits), rung_(rung) {}
 
     u64 scratch_bytes(u64 L, u64 tasks) const override;
     void size_record(MulSizeRecord& record, u64 L, u64 tasks) const override;
@@ -22,11 +32,10 @@ class EngineAlgorithm final : public MultiplicationAlgorithm<W> {
     void square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A, u64 L) const override;
     void multiply_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A, u64 LA, const W* B,
                           u64 LB) const override;
+    const TransformEngine& engine() const override;
 
   private:
-    const TransformEngine& engine() const;
-
-    EngineSource source_;
+    const EngineRung& rung_;
 };
 
 }  // namespace kvt::multiply
