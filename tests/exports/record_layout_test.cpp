@@ -9,6 +9,7 @@
 #include "frame/export_guard.h"
 #include "frame/parameters.h"
 #include "frame/progress.h"
+#include "multiply/algorithm.h"
 
 #define SAME_SIZE(A, B)                                                                                        \
     static_assert(sizeof(A) == sizeof(B) && std::is_standard_layout_v<A> && std::is_trivially_copyable_v<A> && \
@@ -34,3 +35,8 @@ SAME_FIELD(ProgressSink, kvt::ProgressSink, push);
 SAME_FIELD(ProgressSink, kvt::ProgressSink, pop);
 SAME_FIELD(ProgressSink, kvt::ProgressSink, show);
 SAME_FIELD(ProgressSink, kvt::ProgressSink, context);
+
+SAME_SIZE(MulSizeRecord, kvt::MulSizeRecord);
+SAME_FIELD(MulSizeRecord, kvt::MulSizeRecord, bits);
+SAME_FIELD(MulSizeRecord, kvt::MulSizeRecord, operand_bytes);
+SAME_FIELD(MulSizeRecord, kvt::MulSizeRecord, scratch_bytes);

@@ -7,7 +7,6 @@
 #include "multiply/product_support.h"
 #include "multiply/thresholds.h"
 #include "reference/arithmetic.h"
-#include "support/captured_console.h"
 #include "support/levels.h"
 #include "support/operands.h"
 

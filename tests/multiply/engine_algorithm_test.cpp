@@ -8,7 +8,6 @@
 #include "multiply/product_support.h"
 #include "multiply/slow_engine.h"
 #include "multiply/transform_checks.h"
-#include "support/captured_console.h"
 
 namespace kvt::multiply {
 namespace {

@@ -3,32 +3,49 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <string>
 
+#include "frame/console.h"
 #include "frame/parameters.h"
 #include "multiply/twiddle_table.h"
+#include "support/console_capture.h"
 #include "support/fenced.h"
 #include "support/operands.h"
+#include "support/scratch.h"
 
 namespace kvt::test {
 
-// Scratch of exactly the queried size, starting at a multiple of 8 plus shift and ending at an unreadable page (shift
-// bytes of margin, watched).
+// Scratch of exactly the queried size at any distance from a 64-byte boundary; what lies next to it is watched.
 class ExactScratch {
   public:
-    ExactScratch(u64 bytes, u64 shift, u64 tasks = 1, const GlobalTwiddleTable* table = nullptr)
-        : memory_(bytes + shift), parameters_{} {
-        std::memset(memory_.data(), 0xa5, memory_.size());
-        parameters_ = {table, memory_.data(), bytes, tasks};
-    }
-    ~ExactScratch() {
-        for (u64 i = parameters_.memory_bytes; i < memory_.size(); ++i) EXPECT_EQ(memory_.data()[i], 0xa5);
-    }
+    ExactScratch(u64 bytes, u64 skew, u64 tasks = 1, const GlobalTwiddleTable* table = nullptr)
+        : memory_(bytes, skew), parameters_(memory_.parameters(table, tasks)) {}
+    ~ExactScratch() { EXPECT_TRUE(memory_.intact()); }
     operator const BasicParameters&() const { return parameters_; }
 
   private:
-    FencedBytes memory_;
+    Scratch memory_;
     BasicParameters parameters_;
+};
+
+// Collects what the library prints.
+class CapturedConsole {
+  public:
+    const std::string& text() {
+        text_ += capture_.take();
+        return text_;
+    }
+
+    // How often part was printed.
+    unsigned count(const std::string& part) {
+        unsigned n = 0;
+        for (std::size_t at = 0; (at = text().find(part, at)) != std::string::npos; at += part.size()) ++n;
+        return n;
+    }
+
+  private:
+    ConsoleCapture capture_{set_console_sink};
+    std::string text_;
 };
 
 template <class W>

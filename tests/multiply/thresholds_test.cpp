@@ -6,7 +6,7 @@
 
 #include "multiply/algorithms.h"
 #include "multiply/dispatch.h"
-#include "support/captured_console.h"
+#include "multiply/product_support.h"
 
 namespace kvt::multiply {
 namespace {

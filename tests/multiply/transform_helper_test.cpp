@@ -7,7 +7,7 @@
 #include "multiply/product_support.h"
 #include "multiply/slow_engine.h"
 #include "multiply/thresholds.h"
-#include "support/captured_console.h"
+#include "support/child_process.h"
 #include "support/levels.h"
 
 namespace kvt::multiply {
@@ -151,36 +151,39 @@ TEST(TransformHelper, ShortagesAreNamed) {
     }
 }
 
-using TransformHelperDeathTest = ::testing::Test;
-
 struct TwoHelpers {
     std::vector<u64> memory = std::vector<u64>(2 * 400);
     TransformHelper<u64> one{{nullptr, memory.data(), 3200, 1}, 20},
         other{{nullptr, memory.data() + 400, 3200, 1}, 20};
     std::vector<u64> A = std::vector<u64>(21, 1), out = std::vector<u64>(40);
+
+    void mix(bool missing) {
+        auto a = one.forward_first(A.data(), 10);
+        auto b = other.forward_second(A.data(), 10);
+        if (missing) b = {};
+        one.product(a, b, out.data(), 0, 20);
+    }
 };
 
-TEST(TransformHelperDeathTest, OperandsOfAnotherSetUpEndTheProcess) {
-    const auto mix = [](bool missing) {
-        TwoHelpers t;
-        auto a = t.one.forward_first(t.A.data(), 10);
-        auto b = t.other.forward_second(t.A.data(), 10);
-        if (missing) b = {};
-        set_console_sink([](void*, const char* text, u64 bytes, char) { fwrite(text, 1, bytes, stderr); }, nullptr);
-        t.one.product(a, b, t.out.data(), 0, 20);
-    };
-    constexpr const char* text = "BigFloat::set_inverse_fmul\\(\\): Mismatching Transform Parameters";
-    EXPECT_EXIT(mix(false), ::testing::ExitedWithCode(1), text);
-    EXPECT_EXIT(mix(true), ::testing::ExitedWithCode(1), text);
+const ChildCase other_set_up{"operand_of_another_set_up", [] { TwoHelpers().mix(false); }};
+const ChildCase no_set_up{"operand_of_no_set_up", [] { TwoHelpers().mix(true); }};
+const ChildCase too_long{"operand_too_long", [] {
+                             TwoHelpers t;
+                             t.one.forward_first(t.A.data(), 21);
+                         }};
+
+TEST(TransformHelper, OperandsOfAnotherSetUpEndTheProcess) {
+    for (const ChildCase* mixed : {&other_set_up, &no_set_up}) {
+        const ChildEnd end = mixed->run();
+        EXPECT_TRUE(end.exited_with(1));
+        EXPECT_EQ(end.output, "BigFloat::set_inverse_fmul(): Mismatching Transform Parameters\n");
+    }
 }
 
-TEST(TransformHelperDeathTest, AnOperandLongerThanTheTransformIsAnAssertion) {
-    const auto call = [] {
-        TwoHelpers t;
-        set_console_sink([](void*, const char* text, u64 bytes, char) { fwrite(text, 1, bytes, stderr); }, nullptr);
-        t.one.forward_first(t.A.data(), 21);
-    };
-    EXPECT_DEATH(call(), "Invalid Function Parameters:   ");
+TEST(TransformHelper, AnOperandLongerThanTheTransformIsAnAssertion) {
+    const ChildEnd end = too_long.run();
+    EXPECT_TRUE(end.faulted);
+    EXPECT_NE(end.output.find("Invalid Function Parameters:   "), std::string::npos);
 }
 
 }  // namespace
