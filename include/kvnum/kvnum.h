@@ -2,9 +2,11 @@
 #define KVNUM_KVNUM_H
 /* kvnum: multi-precision arithmetic. The whole C interface; each family has a header of its own. */
 
+#include "kvnum/bigint.h"
 #include "kvnum/frame.h"
 #include "kvnum/kernels.h"
 #include "kvnum/multiply.h"
+#include "kvnum/text.h"
 #include "kvnum/twiddle.h"
 
 #endif

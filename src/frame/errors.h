@@ -16,6 +16,7 @@ inline constexpr i32 redundancy_check = 5;
 inline constexpr i32 unsupported_value = 6;
 inline constexpr i32 parse = 7;
 inline constexpr i32 threshold_table = 8;
+inline constexpr i32 text_order = 9;
 inline constexpr i32 divide_by_zero = -3;
 inline constexpr i32 no_algorithm = -4;
 
