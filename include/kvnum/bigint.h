@@ -4,8 +4,9 @@
  * (c32) and 64-bit words (c64); what is said of one holds for both.
  *
  * All calls but the queries return NULL on success or an ExceptionWrapper that the caller releases through its own
- * destroy function. A capacity is checked before anything is written: on "Buffer is too small." (empty message, the
- * sizes are printed) the result is untouched. Calls on different results may run at the same time. */
+ * destroy function. A capacity is checked before anything is written: on "Buffer is too small." (the message is
+ * empty, the printout names the location) the result is untouched. Calls on different results may run at the same
+ * time. */
 
 #include "kvnum/frame.h"
 
@@ -109,8 +110,8 @@ ExceptionWrapper* BigInt_c64_mul_Psize(uint64_t* bytes_out, uint64_t LA, uint64_
  *   params   table covers the product's bits, memory as mul_Psize says; not used when an operand has fewer than 10
  *            words
  * Errors: "Buffer is too small." at "BigInt::set_sqr()", "BigInt::set_mul()", nothing written; "Lookup table is too
- * small.", "Buffer is too small." (scratch), nothing written; "Redundancy Check Failed:  " after a hardware fault, the
- * result is undefined.   Source: objects/big_int_arithmetic.cpp */
+ * small.", "Buffer is too small." (scratch), nothing written; "Redundancy Check Failed:  " after a hardware fault,
+ * the result is undefined.   Source: objects/big_int_arithmetic.cpp */
 ExceptionWrapper* BigInt_c32_set_sqr(BigInt_c32* out, const BasicParameters* params, const BigInt_c32* A);
 ExceptionWrapper* BigInt_c64_set_sqr(BigInt_c64* out, const BasicParameters* params, const BigInt_c64* A);
 ExceptionWrapper* BigInt_c32_set_mul(BigInt_c32* out, const BasicParameters* params, const BigInt_c32* A,
