@@ -2,11 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/console.h"
 #include "frame/exceptions.h"
 #include "objects/dyadic.h"
 #include "objects/owned.h"
-#include "support/captured_console.h"
 #include "support/child_process.h"
+#include "support/console_capture.h"
 #include "support/operands.h"
 
 namespace kvt::objects {
@@ -40,7 +41,9 @@ TYPED_TEST(BigIntTest, SetFromAMachineWord) {
     EXPECT_EQ(x->L, 1u);
     EXPECT_EQ(x->T[0], 7u);
     EXPECT_TRUE(x->sign);
-    if constexpr (sizeof(W) == 4) { EXPECT_EQ(x->T[1], 0u); }  // both halves are written
+    if constexpr (sizeof(W) == 4) {
+        EXPECT_EQ(x->T[1], 0u);
+    }  // both halves are written
     set_uL(*x, u64{3} << 40);
     EXPECT_EQ(x->L, 8 / sizeof(W));
     EXPECT_EQ(x.exact(), Dyadic::of(std::vector<u64>{u64{3} << 40}.data(), 1));
@@ -201,18 +204,16 @@ TYPED_TEST(BigIntTest, RangesArePaddedWithZeros) {
 
 TYPED_TEST(BigIntTest, PrintsAllWordsBelowTwentyAndFiveFromThere) {
     using W = TypeParam;
-    CapturedConsole console;
+    ConsoleCapture console(set_console_sink);
     OwnedBigInt<W> x({1, 2}, false, 3);
     print(*x);
-    EXPECT_EQ(console.text(), "sign            0\nL               2\nbuffer_size     3\n{1,2}\n\n");
+    EXPECT_EQ(console.take(), "sign            0\nL               2\nbuffer_size     3\n{1,2}\n\n");
     std::vector<W> many(25);
     for (W i = 0; i < 25; ++i) many[i] = static_cast<W>(i + 100);
-    CapturedConsole second;
     print(*OwnedBigInt<W>(many, true));
-    EXPECT_EQ(second.text(), "sign            1\nL               25\nbuffer_size     25\n{120,121,122,123,124}\n\n");
-    CapturedConsole third;
+    EXPECT_EQ(console.take(), "sign            1\nL               25\nbuffer_size     25\n{120,121,122,123,124}\n\n");
     print(*OwnedBigInt<W>(0));
-    EXPECT_EQ(third.text(), "sign            1\nL               0\nbuffer_size     0\n{}\n\n");
+    EXPECT_EQ(console.take(), "sign            1\nL               0\nbuffer_size     0\n{}\n\n");
 }
 
 const ChildCase subtracts_too_much{"big_int_negative_difference", [] {

@@ -6,8 +6,9 @@
 #include <functional>
 #include <string>
 
+#include "frame/console.h"
 #include "frame/exceptions.h"
-#include "support/captured_console.h"
+#include "support/console_capture.h"
 
 namespace kvt::text {
 namespace {
@@ -157,7 +158,7 @@ TEST(FloatString, RefusesStepsOutOfOrder) {
         {{dot}, scientific, "Cannot truncate after dot."},
     };
     for (const auto& c : cases) {
-        test::CapturedConsole console;
+        test::ConsoleCapture console(set_console_sink);
         Sample s("123");
         for (const Step& step : c.before) step(s.string);
         try {
@@ -182,7 +183,7 @@ TEST(FloatString, TheExponentNeedsRoomForItselfAndTheFinalZero) {
     Sample enough("1", -12, true, tail + 1);
     enough.string.apply_exp(" *10^ ");
     EXPECT_EQ(enough.text(), "1 *10^ -12");
-    test::CapturedConsole console;
+    test::ConsoleCapture console(set_console_sink);
     Sample short_of_one("1", -12, true, tail);
     try {
         short_of_one.string.apply_exp(" *10^ ");

@@ -5,9 +5,10 @@
 #include <cctype>
 #include <string>
 
+#include "frame/console.h"
 #include "frame/exceptions.h"
 #include "objects/owned.h"
-#include "support/captured_console.h"
+#include "support/console_capture.h"
 
 namespace kvt::text {
 namespace {
@@ -77,7 +78,7 @@ TYPED_TEST(HexadecimalTest, NamesThePositionOfABadCharacter) {
     } cases[] = {{"", 0},    {"-", 1},  {"0x", 2},    {"+0Xg", 3},   {" 1", 0},         {"12 ", 2},
                  {"--1", 1}, {"1-", 1}, {"0x0x1", 3}, {"12\xe9", 2}, {"fffffffffG", 9}, {std::string("1\0", 2), 1}};
     for (const auto& c : cases) {
-        CapturedConsole console;
+        ConsoleCapture console(set_console_sink);
         OwnedBigInt<W> x({42}, false, 4);
         try {
             set_string_hex(*x, c.text.data(), c.text.size());
@@ -93,7 +94,7 @@ TYPED_TEST(HexadecimalTest, NamesThePositionOfABadCharacter) {
 
 TYPED_TEST(HexadecimalTest, ReadingNeedsRoomForItsWords) {
     using W = TypeParam;
-    CapturedConsole console;
+    ConsoleCapture console(set_console_sink);
     OwnedBigInt<W> x({42}, true, 1);
     const std::string text = "1" + std::string(2 * sizeof(W), '0');
     try {
