@@ -8,5 +8,6 @@
 #include "kvnum/multiply.h"
 #include "kvnum/text.h"
 #include "kvnum/twiddle.h"
+#include "kvnum/version.h"
 
 #endif
