@@ -29,6 +29,21 @@ int set_thread_priority(ThreadHandle& thread, int priority) noexcept;
 void sleep_while(std::atomic<std::uint32_t>& word, std::uint32_t expected) noexcept;
 void wake_sleeper(std::atomic<std::uint32_t>& word) noexcept;
 
+// A lock without initialisation or clean-up; for short, rare sections.
+class Mutex {
+  public:
+    void lock() noexcept {
+        if (word_.exchange(1, std::memory_order_acquire) == 0) return;
+        while (word_.exchange(2, std::memory_order_acquire) != 0) sleep_while(word_, 2);
+    }
+    void unlock() noexcept {
+        if (word_.exchange(0, std::memory_order_release) == 2) wake_sleeper(word_);
+    }
+
+  private:
+    std::atomic<std::uint32_t> word_{0};  // 0 free, 1 held, 2 held and perhaps awaited
+};
+
 inline void pause_briefly() noexcept { __builtin_ia32_pause(); }
 
 // Keeps the library in memory until the process ends, for the sake of threads that are never joined.

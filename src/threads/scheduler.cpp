@@ -1,6 +1,5 @@
 #include "threads/scheduler.h"
 
-#include "platform/threads.h"
 #include "threads/child.h"
 
 namespace kvt::Threads {

@@ -11,6 +11,7 @@
 #include <exception>
 #include <mutex>
 
+#include "platform/threads.h"
 #include "threads/deque.h"
 #include "threads/framework.h"
 
@@ -73,7 +74,7 @@ class Scheduler {
 
     std::atomic<u64> workers_{1};
     std::atomic<bool> started_{false};
-    std::mutex start_mutex_;
+    platform::Mutex start_mutex_;
 
     std::atomic<Worker*> all_workers_{nullptr};  // a list that only grows
     std::atomic<u32> worker_count_{0};
@@ -82,7 +83,7 @@ class Scheduler {
     alignas(64) std::atomic<u32> searching_{0};
     std::atomic<u32> idle_sleepers_{0};
     std::atomic<u32> waiting_sleepers_{0};
-    std::mutex sleep_mutex_;
+    platform::Mutex sleep_mutex_;
     Worker* sleepers_ = nullptr;  // guarded by sleep_mutex_
 };
 

@@ -7,14 +7,13 @@
 #include <thread>
 #include <vector>
 
-#include "support/captured_console.h"
+#include "frame/console.h"
+#include "support/console_capture.h"
 #include "threads/builtin.h"
 #include "threads/parallel.h"
 
 namespace kvt::Threads {
 namespace {
-
-using test::CapturedConsole;
 
 template <class Body>
 class Action final : public BasicAction {
@@ -135,9 +134,9 @@ TEST(FrameworkTable, NoFrameworkStandsForNone) {
 }
 
 TEST(FrameworkDetails, PrintsNameWorkersAndTasks) {
-    CapturedConsole console;
+    test::ConsoleCapture console(set_console_sink);
     winpool_framework().print_details(7);
-    EXPECT_EQ(console.text(), "Windows Thread Pool  ->  ? / 7\n");
+    EXPECT_EQ(console.take(), "Windows Thread Pool  ->  ? / 7\n");
 
     TextRecord record{};
     cppasync_framework().details(&record, 1);
