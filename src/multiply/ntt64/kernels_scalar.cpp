@@ -1,0 +1,17 @@
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "multiply/ntt64/kernel_table.h"
+
+namespace kvt::multiply::ntt64 {
+namespace {
+#include "multiply/ntt64/kernels.inl"
+}  // namespace
+
+constinit const Kernels kernels_scalar{
+    "scalar", cut,    twiddles, inverse_twiddles, forward, inverse, {radix<3>, radix<5>, radix<7>},
+    multiply, square, join};
+
+}  // namespace kvt::multiply::ntt64

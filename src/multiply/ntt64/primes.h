@@ -1,0 +1,48 @@
+#pragma once
+// The two sets of three primes, and arithmetic modulo a prime below 2^63 for set-up work (not for inner loops).
+
+#include "frame/types.h"
+
+namespace kvt::multiply::ntt64 {
+
+constexpr u64 add_mod(u64 a, u64 b, u64 p) { return a >= p - b ? a - (p - b) : a + b; }
+constexpr u64 mul_mod(u64 a, u64 b, u64 p) { return static_cast<u64>(static_cast<u128>(a) * b % p); }
+constexpr u64 pow_mod(u64 a, u64 exponent, u64 p) {
+    u64 r = 1;
+    for (; exponent != 0; exponent >>= 1, a = mul_mod(a, a, p)) {
+        if (exponent % 2 != 0) r = mul_mod(r, a, p);
+    }
+    return r;
+}
+constexpr u64 invert_mod(u64 a, u64 p) { return pow_mod(a, p - 2, p); }
+
+// Modulo 2^64; p odd.
+constexpr u64 inverse_of_odd(u64 p) {
+    u64 x = p;  // right to 3 bits
+    for (int i = 0; i < 5; ++i) x *= 2 - p * x;
+    return x;
+}
+
+struct PrimeSet {
+    u64 primes[3];      // descending
+    unsigned exponent;  // 2^exponent divides every p - 1
+    bool odd_radices;   // so do 3, 5 and 7
+    // Smallest non-residues: of squares, and of cubes, fifth and seventh powers.
+    u64 not_square[3];
+    u64 not_power[3][3];
+};
+
+// Points are 64 bits wide. The first set's product exceeds 2^128 * 7 * 2^48 by 9 bits; the second, which serves the
+// longest lengths alone and as powers of two, exceeds 2^128 * 2^56 by 1 bit.
+inline constexpr PrimeSet prime_sets[2] = {
+    {{0x7deb000000000001, 0x7bde000000000001, 0x79d1000000000001},
+     48,
+     true,
+     {19, 17, 19},
+     {{2, 2, 2}, {2, 2, 2}, {7, 2, 2}}},
+    {{0x5700000000000001, 0x3a00000000000001, 0x1b00000000000001}, 56, false, {5, 3, 5}, {}},
+};
+
+constexpr unsigned odd_radix(unsigned i) { return 3 + 2 * i; }  // 3, 5, 7
+
+}  // namespace kvt::multiply::ntt64

@@ -1,0 +1,351 @@
+#include "multiply/ntt64/transform.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "kernels/cpu.h"
+#include "kernels/residue61.h"
+#include "threads/parallel.h"
+
+namespace kvt::multiply::ntt64 {
+namespace {
+
+const Kernels& active_kernels() noexcept {
+    return kernels::active_levels().word == kernels::WordLevel::adx ? kernels_adx : kernels_scalar;
+}
+
+constexpr u64 quotient_of(u64 w, u64 p) { return static_cast<u64>((static_cast<u128>(w) << 64) / p); }
+constexpr Twiddle twiddle_of(u64 w, u64 p) { return {w, quotient_of(w, p)}; }
+constexpr u64 shift_mod(u64 w, u64 p) { return static_cast<u64>((static_cast<u128>(w) << 64) % p); }  // w * 2^64
+constexpr u64 half_mod(u64 w, u64 p) { return w / 2 + (w % 2 != 0 ? p / 2 + 1 : 0); }
+
+constexpr Modulus modulus_of(u64 p) { return {p, inverse_of_odd(p), quotient_of(1, p)}; }
+
+// z^t for t < r, z of order r; z = 1 for r = 1.
+u64 radix_power(const PrimeRoots& roots, unsigned radix, unsigned t, u64 p) {
+    u64 power = 1;
+    for (unsigned i = 0; i < t; ++i) power = mul_mod(power, roots.radix[radix / 2 - 1], p);
+    return power;
+}
+
+RadixConstants radix_constants(const PrimeRoots& roots, unsigned radix, bool back, u64 p) {
+    RadixConstants c{};
+    for (unsigned t = 0; t < radix; ++t) {
+        const u64 a = radix_power(roots, radix, t, p), b = radix_power(roots, radix, (radix - t) % radix, p);
+        c.even[t] = shift_mod(half_mod(add_mod(a, b, p), p), p);
+        c.odd[t] = shift_mod(half_mod(back ? add_mod(b, p - a, p) : add_mod(a, p - b, p), p), p);
+    }
+    return c;
+}
+
+// The inverses that the joining of a set's residues needs.
+struct SetInverses {
+    u64 p1_2, p1_3, p2_3;
+    u64 odd[3][4];  // of radix 1, 3, 5, 7, modulo each prime
+};
+constexpr SetInverses set_inverses(const PrimeSet& set) {
+    const u64* const p = set.primes;
+    SetInverses s{invert_mod(p[0] % p[1], p[1]), invert_mod(p[0] % p[2], p[2]), invert_mod(p[1] % p[2], p[2]), {}};
+    for (unsigned i = 0; i < 3; ++i) {
+        for (unsigned j = 0; j < 4; ++j) s.odd[i][j] = invert_mod(2 * j + 1, p[i]);
+    }
+    return s;
+}
+constexpr SetInverses inverses[2] = {set_inverses(prime_sets[0]), set_inverses(prime_sets[1])};
+
+// The inverse transform leaves radix * 2^(exponent - leaf_exponent) times the product of the small polynomials, and
+// these are divided by 2^64.
+u64 scale_of(const Shape& shape, unsigned i) {
+    const u64 p = prime_sets[shape.set].primes[i];
+    u64 scale = shift_mod(inverses[shape.set].odd[i][shape.radix / 2], p);
+    for (unsigned l = leaf_exponent; l < shape.exponent; ++l) scale = half_mod(scale, p);
+    return scale;
+}
+
+JoinConstants join_constants(const Shape& shape) {
+    const u64* const p = prime_sets[shape.set].primes;
+    const SetInverses& inv = inverses[shape.set];
+    JoinConstants c{};
+    c.p1 = p[0];
+    c.p2 = p[1];
+    c.p3 = p[2];
+    const u128 p12 = static_cast<u128>(p[0]) * p[1];
+    c.p12_low = static_cast<u64>(p12);
+    c.p12_high = static_cast<u64>(p12 >> 64);
+    const u64 p12_3 = mul_mod(inv.p1_3, inv.p2_3, p[2]);
+    c.s1 = twiddle_of(scale_of(shape, 0), p[0]);
+    c.s2 = twiddle_of(mul_mod(scale_of(shape, 1), inv.p1_2, p[1]), p[1]);
+    c.v1_2 = twiddle_of(inv.p1_2, p[1]);
+    c.s3 = twiddle_of(mul_mod(scale_of(shape, 2), p12_3, p[2]), p[2]);
+    c.v1_3 = twiddle_of(p12_3, p[2]);
+    c.v2_3 = twiddle_of(inv.p2_3, p[2]);
+    return c;
+}
+
+u8* aligned(void* at) {
+    return reinterpret_cast<u8*>((reinterpret_cast<std::uintptr_t>(at) + 63) & ~std::uintptr_t{63});
+}
+
+}  // namespace
+
+Transform::Transform(const Shape& shape, const GlobalTwiddleTable& table, void* work, u64 tasks) noexcept
+    : shape_(shape),
+      layout_(work_layout(shape)),
+      kernels_(active_kernels()),
+      roots_(*roots_of(table)),
+      tasks_(std::clamp<u64>(tasks, 1, part_limit)) {
+    u8* const base = aligned(work);
+    root_.radix = shape.radix;
+    root_.levels = shape.stage_levels(shape.radix, shape.exponent);
+    root_.columns = u64{1} << (shape.exponent - root_.levels);
+    root_.there = reinterpret_cast<Twiddle*>(base);
+    root_.back = reinterpret_cast<Twiddle*>(base + layout_.root_table_bytes);
+    parts_ = base + layout_.shared_bytes();
+}
+
+// body(first, last, part) on shares of the items, at the same time.
+template <class Body>
+void Transform::parallel(u64 items, const Body& body) const {
+    const u64 parts = std::min(tasks_, items);
+    Threads::run_parts(parts, [&](u64 i) {
+        const Threads::Share share = Threads::share_of(items, parts, i);
+        body(share.first, share.last, i);
+    });
+}
+
+void Transform::select(unsigned i) noexcept {
+    prime_ = &roots_.primes[shape_.set][i];
+    const u64 p = prime_sets[shape_.set].primes[i];
+    modulus_ = modulus_of(p);
+    if (shape_.radix > 1) {
+        radix_there_ = radix_constants(*prime_, shape_.radix, false, p);
+        radix_back_ = radix_constants(*prime_, shape_.radix, true, p);
+    }
+}
+
+// The twiddle of node q * 2^l + i at depth + l is inner[i] times the scale of level l: the product, over the bits b
+// of q, of roots of order 2^(b + l + 2), and the 2^(depth + l + 1)-th root of z^k. Each level's scale is the square
+// of the next one's.
+void Transform::build_twiddles(Twiddle* out, const Node& node, unsigned levels, bool back) const noexcept {
+    if (levels == 0) return;
+    const u64 p = modulus_.p;
+    const u64* const ladder = back ? prime_->inverse_ladder : prime_->ladder;
+    u64 w = 1;
+    for (unsigned b = 0; b < node.depth; ++b) {
+        if (node.q >> b & 1) w = mul_mod(w, ladder[b + levels + 1], p);
+    }
+    if (node.k != 0) {
+        const unsigned r = shape_.radix;
+        unsigned t = node.k;
+        for (unsigned l = 0; l < node.depth + levels; ++l) t = t * ((r + 1) / 2) % r;
+        w = mul_mod(w, radix_power(*prime_, r, back ? r - t : t, p), p);
+    }
+    LevelScale scales[inner_levels];
+    for (unsigned l = levels; l-- > 0; w = mul_mod(w, w, p)) {
+        scales[l] = {twiddle_of(w, p), twiddle_of(shift_mod(w, p), p)};
+    }
+    (back ? kernels_.inverse_twiddles : kernels_.twiddles)(out, prime_->inner, scales, levels, modulus_);
+}
+
+void Transform::build_root_stage(bool there, bool back) noexcept {
+    for (unsigned k = 0; k < root_.radix; ++k) {
+        const Node node{k, 0, 0, shape_.exponent};
+        if (there) build_twiddles(root_.there + (u64{k} << root_.levels), node, root_.levels, false);
+        if (back) build_twiddles(root_.back + (u64{k} << root_.levels), node, root_.levels, true);
+    }
+}
+
+// Points first .. first + count of a, reduced; zero beyond its end.
+void Transform::cut(Point* out, Operand a, u64 first, u64 count) const noexcept {
+    const u64 whole = a.n / 2;
+    const u64 n = first < whole ? std::min(count, whole - first) : 0;
+    if (n != 0) kernels_.cut(out, reinterpret_cast<const Point*>(a.bytes) + first, n, modulus_);
+    if (n == count) return;
+    std::memset(out + n, 0, 8 * (count - n));
+    if (a.n % 2 != 0 && first + n == whole) std::memcpy(out + n, a.bytes + 8 * whole, 4);
+}
+
+// Splits the columns of groups first .. last: they are gathered into a buffer in cache. Points come from the source's
+// words, or from x itself when it is null.
+void Transform::columns_forward(const Stage& stage, const Operand* source, Point* x, u64 first, u64 last,
+                                u8* part) const noexcept {
+    const u64 g = std::min(stage.columns, group_points), m = g << stage.levels;
+    const u64 rows = u64{stage.radix} << stage.levels;
+    Point* const buffer = reinterpret_cast<Point*>(part + layout_.part_bytes() - layout_.buffer_bytes);
+    for (u64 group = first; group < last; ++group) {
+        const u64 column = group * g;
+        for (u64 row = 0; row < rows; ++row) {
+            const u64 at = row * stage.columns + column;
+            if (source != nullptr) {
+                __builtin_prefetch(source->bytes + 8 * std::min(at + g, source->n / 2));
+                cut(buffer + row * g, *source, at, g);
+            } else {
+                __builtin_prefetch(x + at + g);
+                std::memcpy(buffer + row * g, x + at, 8 * g);
+            }
+        }
+        if (stage.radix > 1) kernels_.radix[stage.radix / 2 - 1](buffer, m, radix_there_, modulus_);
+        for (unsigned k = 0; k < stage.radix; ++k)
+            kernels_.forward(buffer + k * m, m, stage.levels, stage.there + (u64{k} << stage.levels), modulus_.p);
+        for (u64 row = 0; row < rows; ++row) std::memcpy(x + row * stage.columns + column, buffer + row * g, 8 * g);
+    }
+}
+
+void Transform::columns_inverse(const Stage& stage, Point* x, u64 first, u64 last, u8* part) const noexcept {
+    const u64 g = std::min(stage.columns, group_points), m = g << stage.levels;
+    const u64 rows = u64{stage.radix} << stage.levels;
+    Point* const buffer = reinterpret_cast<Point*>(part + layout_.part_bytes() - layout_.buffer_bytes);
+    for (u64 group = first; group < last; ++group) {
+        const u64 column = group * g;
+        for (u64 row = 0; row < rows; ++row) {
+            const u64 at = row * stage.columns + column;
+            __builtin_prefetch(x + at + g);
+            std::memcpy(buffer + row * g, x + at, 8 * g);
+        }
+        for (unsigned k = 0; k < stage.radix; ++k)
+            kernels_.inverse(buffer + k * m, m, stage.levels, stage.back + (u64{k} << stage.levels), modulus_.p);
+        if (stage.radix > 1) kernels_.radix[stage.radix / 2 - 1](buffer, m, radix_back_, modulus_);
+        for (u64 row = 0; row < rows; ++row) std::memcpy(x + row * stage.columns + column, buffer + row * g, 8 * g);
+    }
+}
+
+void Transform::run_block(Step step, const Node& node, Point* x, Point* y, u8* part) const noexcept {
+    const u64 n = u64{1} << node.exponent, pairs = n >> (leaf_exponent + 1);
+    const unsigned levels = node.exponent - leaf_exponent;
+    const u64 p = modulus_.p;
+    Twiddle* const there = reinterpret_cast<Twiddle*>(part);
+    Twiddle* const back = reinterpret_cast<Twiddle*>(part + layout_.block_table_bytes);
+    if (step != Step::inverse) build_twiddles(there, node, levels, false);
+    if (step == Step::inverse || step == Step::product) build_twiddles(back, node, levels, true);
+
+    if (step == Step::forward) kernels_.forward(x, n, levels, there, p);
+    if (step == Step::product && y != nullptr) kernels_.forward(y, n, levels, there, p);
+    if (step == Step::multiply || step == Step::product) {
+        const Twiddle* const z = there + (u64{1} << (levels - 1));
+        if (y == nullptr || x == y) {
+            kernels_.square(x, pairs, z, modulus_);
+        } else {
+            kernels_.multiply(x, y, pairs, z, modulus_);
+        }
+    }
+    if (step == Step::inverse || step == Step::product) kernels_.inverse(x, n, levels, back, p);
+}
+
+void Transform::run_node(Step step, const Node& node, Point* x, Point* y, u8* part, unsigned nesting) const noexcept {
+    if (node.exponent <= shape_.block_exponent) {
+        run_block(step, node, x, y, part);
+        return;
+    }
+    u8* const tables = part + 2 * layout_.block_table_bytes + 2 * nesting * layout_.stage_table_bytes;
+    Stage stage;
+    stage.radix = 1;
+    stage.levels = shape_.stage_levels(1, node.exponent);
+    stage.columns = u64{1} << (node.exponent - stage.levels);
+    stage.there = reinterpret_cast<Twiddle*>(tables);
+    stage.back = reinterpret_cast<Twiddle*>(tables + layout_.stage_table_bytes);
+    if (step == Step::forward || step == Step::product) {
+        Point* const split = step == Step::forward ? x : y;
+        build_twiddles(stage.there, node, stage.levels, false);
+        if (split != nullptr) columns_forward(stage, nullptr, split, 0, groups(stage), part);
+    }
+    for (u64 j = 0; j < u64{1} << stage.levels; ++j) {
+        const Node child{node.k, node.depth + stage.levels, (node.q << stage.levels) + j,
+                         node.exponent - stage.levels};
+        const u64 at = j * stage.columns;
+        run_node(step, child, x + at, y == nullptr ? nullptr : y + at, part, nesting + 1);
+    }
+    if (step == Step::inverse || step == Step::product) {
+        build_twiddles(stage.back, node, stage.levels, true);
+        columns_inverse(stage, x, 0, groups(stage), part);
+    }
+}
+
+// The nodes that the first stage leaves, in parallel.
+void Transform::run_nodes(Step step, Point* x, Point* y) const noexcept {
+    parallel(u64{root_.radix} << root_.levels, [&](u64 first, u64 last, u64 i) {
+        for (u64 j = first; j < last; ++j) {
+            const u64 at = j * root_.columns;
+            const Node node{static_cast<unsigned>(j >> root_.levels), root_.levels,
+                            j & ((u64{1} << root_.levels) - 1), shape_.exponent - root_.levels};
+            run_node(step, node, x + at, y == nullptr ? nullptr : y + at, part(i), 0);
+        }
+    });
+}
+
+void Transform::run_root_forward(Operand a, Point* x) const noexcept {
+    if (has_root_stage()) {
+        parallel(groups(root_),
+                 [&](u64 first, u64 last, u64 i) { columns_forward(root_, &a, x, first, last, part(i)); });
+    } else {
+        cut(x, a, 0, shape_.points());
+    }
+}
+
+void Transform::run_root_inverse(Point* x) const noexcept {
+    if (!has_root_stage()) return;
+    parallel(groups(root_), [&](u64 first, u64 last, u64 i) { columns_inverse(root_, x, first, last, part(i)); });
+}
+
+void Transform::forward(unsigned i, Operand a, Point* x) noexcept {
+    select(i);
+    build_root_stage(true, false);
+    run_root_forward(a, x);
+    run_nodes(Step::forward, x, nullptr);
+}
+
+void Transform::multiply(unsigned i, Point* x, const Point* y) noexcept {
+    select(i);
+    run_nodes(Step::multiply, x, const_cast<Point*>(y));  // read only in this step
+}
+
+void Transform::inverse(unsigned i, Point* x) noexcept {
+    select(i);
+    build_root_stage(false, true);
+    run_nodes(Step::inverse, x, nullptr);
+    run_root_inverse(x);
+}
+
+void Transform::product(unsigned i, Point* x, Operand b, Point* y) noexcept {
+    select(i);
+    build_root_stage(true, true);
+    if (b.bytes != nullptr) run_root_forward(b, y);
+    run_nodes(Step::product, x, b.bytes != nullptr ? y : nullptr);
+    run_root_inverse(x);
+}
+
+void Transform::join(Point* const x[3]) noexcept {
+    const u64 n = shape_.points();
+    const JoinConstants constants = join_constants(shape_);
+    u64 carries[part_limit][2] = {};
+    u64 ends[part_limit] = {};
+    const u64 chunks = std::min(tasks_, n / 4);
+    Threads::run_parts(chunks, [&](u64 i) {
+        const Threads::Share share = Threads::share_of(n, chunks, i);
+        const u64 at = share.first;
+        kernels_.join(x[0] + at, x[1] + at, x[2] + at, share.last - at, constants, carries[i]);
+        ends[i] = share.last;
+    });
+    // What a chunk carries out is added to the words after it, around the end: 2^bits = 1.
+    for (u64 i = 0; i < chunks; ++i) {
+        u64 carry = 0;
+        for (u64 j = 0, at = ends[i] % n; j < 2 || carry != 0; ++j, at = at + 1 == n ? 0 : at + 1) {
+            const u128 sum = static_cast<u128>(x[0][at]) + (j < 2 ? carries[i][j] : 0) + carry;
+            x[0][at] = static_cast<u64>(sum);
+            carry = static_cast<u64>(sum >> 64);
+        }
+    }
+}
+
+Residue Transform::residue(Operand a) const noexcept {
+    u64 residues[part_limit] = {}, starts[part_limit] = {};
+    parallel(a.n, [&](u64 first, u64 last, u64 i) {
+        residues[i] = kernels::residue_of(a.bytes + 4 * first, last - first);
+        starts[i] = first;
+    });
+    u64 sum = 0;
+    for (u64 i = 0; i < part_limit; ++i)
+        sum = kernels::residue_add(sum, kernels::residue_shift(residues[i], static_cast<i64>(starts[i] % 61 * 32)));
+    return {sum};
+}
+
+}  // namespace kvt::multiply::ntt64
