@@ -23,6 +23,12 @@ u64 transform_cost(const EngineRung& rung, const TransformPlan& plan) {
     return rung.cost * plan.operand_bytes * (8 + std::bit_width(plan.points));
 }
 
+// Room for LB words wherever the scratch starts.
+template <class W>
+u64 overlap_bytes(u64 LB) {
+    return (LB + 1) * sizeof(W) - 1;
+}
+
 }  // namespace
 
 template <class W>
@@ -39,7 +45,7 @@ BlockPlan plan_blocks(const EngineRung& rung, const TransformPlan& whole, u64 LA
         const TransformEngine& engine = block_rung.source();
         const TransformPlan plan = engine.plan(bits);
         const u64 cost = (10 + 22 * blocks) * transform_cost(block_rung, plan);
-        const u64 needed = kept_scratch_bytes(plan, useful_tasks(tasks, bits)) + LB * sizeof(W);
+        const u64 needed = kept_scratch_bytes(plan, useful_tasks(tasks, bits)) + overlap_bytes<W>(LB);
         if (cost >= least || needed > scratch_bytes) continue;
         least = cost;
         best = {&engine, plan, words, needed};
@@ -55,7 +61,8 @@ void multiply_blocks(const BlockPlan& plan, const GlobalTwiddleTable& table, W* 
     u8* short_operand = memory;
     u8* block_operand = memory + plan.transform.operand_bytes;
     u8* work = block_operand + plan.transform.operand_bytes;
-    u8* overlap = memory + plan.scratch_bytes - LB * sizeof(W);
+    u8* end = memory + plan.scratch_bytes;
+    W* overlap = reinterpret_cast<W*>(end - reinterpret_cast<std::uintptr_t>(end) % alignof(W)) - LB;
 
     const Residue short_residue =
         engine.forward(plan.transform, table, operand_of(B, LB), short_operand, work, tasks);
@@ -69,7 +76,7 @@ void multiply_blocks(const BlockPlan& plan, const GlobalTwiddleTable& table, W* 
         const Residue expected{kernels::residue_mul(residue.value, short_residue.value)};
         engine.inverse(plan.transform, table, block_operand, window_of(C + at, 0, n + LB), &expected, work, tasks);
         if (at == 0) continue;
-        const u32 carry = kernels::add_ir(C + at, reinterpret_cast<const W*>(overlap), LB, 0);
+        const u32 carry = kernels::add_ir(C + at, overlap, LB, 0);
         kernels::add1_ir(C + at + LB, n, carry);
     }
 }

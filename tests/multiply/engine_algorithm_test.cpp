@@ -94,10 +94,11 @@ void check_blocks(u64 LA, u64 LB, u64 block_words, Pattern pattern, Rng& rng) {
     plan.engine = &short_engine();
     plan.transform = plan.engine->plan((block_words + LB) * word_bits<W>);
     plan.block_words = block_words;
-    plan.scratch_bytes = kept_scratch_bytes(plan.transform, 1) + LB * sizeof(W);
-    const FencedBytes memory(plan.scratch_bytes);
+    plan.scratch_bytes = kept_scratch_bytes(plan.transform, 1) + (LB + 1) * sizeof(W) - 1;
+    const Scratch memory(plan.scratch_bytes, rng.below(8));
     FencedWords<W> C(LA + LB);
     multiply_blocks<W>(plan, covering, C, A, LA, B, LB, memory.data(), 1);
+    EXPECT_TRUE(memory.intact());
     EXPECT_TRUE(same(C.data(), reference::product(A.data(), LA, B.data(), LB).data(), LA + LB))
         << LA << " x " << LB << " in blocks of " << block_words;
 }
