@@ -30,6 +30,15 @@ add_library(kvnum_objects OBJECT ${kvnum_sources})
 target_include_directories(kvnum_objects PUBLIC ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR}/include)
 target_compile_definitions(kvnum_objects PRIVATE KVNUM_BUILDING KVNUM_VERSION="${PROJECT_VERSION}")
 
+# The build report names the commit, as of the last configuration.
+execute_process(COMMAND git describe --always --dirty WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
+                OUTPUT_VARIABLE kvnum_revision OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+if(NOT kvnum_revision)
+  set(kvnum_revision "no revision")
+endif()
+set_source_files_properties(src/exports/version_exports.cpp PROPERTIES
+                            COMPILE_DEFINITIONS "KVNUM_REVISION=\"${kvnum_revision}\"")
+
 # exports/names.txt makes the version script and the .def file.
 set(names_file ${CMAKE_SOURCE_DIR}/src/exports/names.txt)
 set_property(DIRECTORY ${CMAKE_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${names_file})

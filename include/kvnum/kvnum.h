@@ -7,6 +7,8 @@
 #include "kvnum/kernels.h"
 #include "kvnum/multiply.h"
 #include "kvnum/text.h"
+#include "kvnum/threads.h"
 #include "kvnum/twiddle.h"
+#include "kvnum/version.h"
 
 #endif

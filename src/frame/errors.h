@@ -39,6 +39,12 @@ inline constexpr const char* coefficient_too_large = "Coefficient is too large.\
 inline constexpr const char* thresholds_not_increasing = "Thresholds must be increasing.";
 inline constexpr const char* threshold_too_large = "Thresholds is larger than maximum size.";
 inline constexpr const char* misaligned_data = "Data Misalignment. Possible performance penalty.";
+inline constexpr const char* thread_not_created = "Unable to create thread.";
+inline constexpr const char* pool_work_not_created = "Unable to create thread pool work.";
+inline constexpr const char* thread_wait_failed = "Wait for thread has failed.";
+inline constexpr const char* thread_not_closed = "Unable to close a thread handle.";
+inline constexpr const char* unknown_priority = "Warning: Ignoring unknown priority number.";
+inline constexpr const char* priority_not_set = "Warning: Unable to set thread priority.";
 inline constexpr const char* unhandled_in_child = "FATAL ERROR: Unhandled exception in child thread.";
 
 // Heads of fatal assertions (three trailing blanks each).

@@ -50,16 +50,16 @@ Levels detect() {
 }
 
 const Levels supported = detect();
-Levels active = supported;
 
 }  // namespace
 
+Levels detail::active = supported;
+
 Levels supported_levels() noexcept { return supported; }
-Levels active_levels() noexcept { return active; }
 
 void cap_levels(Levels cap) noexcept {
-    active.vector = std::min(supported.vector, cap.vector);
-    active.word = std::min(supported.word, cap.word);
+    detail::active.vector = std::min(supported.vector, cap.vector);
+    detail::active.word = std::min(supported.word, cap.word);
 }
 
 const char* level_name(VectorLevel level) noexcept {

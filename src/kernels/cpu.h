@@ -29,7 +29,11 @@ Levels supported_levels() noexcept;
 
 // The levels in use: the supported ones, unless a test or benchmark capped them. A public operation reads them once
 // and passes them (or the kernel table chosen by them) down.
-Levels active_levels() noexcept;
+// Zero, the lowest levels, until the library is loaded.
+namespace detail {
+extern Levels active;
+}
+inline Levels active_levels() noexcept { return detail::active; }
 
 // For tests and benchmarks: use at most these from now on. Not to be called while an operation runs.
 void cap_levels(Levels cap) noexcept;

@@ -8,7 +8,7 @@
 namespace kvt::kernels {
 
 inline const WordKernels& word_kernels(WordLevel level) noexcept {
-    constexpr const WordKernels* tables[] = {&word_kernels_scalar, &word_kernels_scalar};
+    constexpr const WordKernels* tables[] = {&word_kernels_scalar, &word_kernels_adx};
     return *tables[static_cast<unsigned>(level)];
 }
 

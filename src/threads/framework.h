@@ -31,17 +31,25 @@ struct IndexAction {
 struct ParallelFramework {
     virtual void destroy() {}
     virtual const char* name() = 0;
+    // The line that print_details prints, without its end; replaces the text that the record holds.
     virtual void details(TextRecord* out, u64 tasks);
     virtual void print_details(u64 tasks);
     virtual void apply_settings() {}
+    // Runs the action once for every index in [begin, end): binary splitting down to single indices, by run_pair.
     virtual void run_range(IndexAction* action, u64 begin, u64 end);
+    // Runs both, possibly at the same time, and returns when both have finished, also where one throws.
     virtual void run_pair(BasicAction* first, BasicAction* second) = 0;
 
     u64 workers = 0;  // 0: no fixed number, printed as "?"
 };
 
+// The framework of every parallel step. Plain state: not to be set while an operation runs. Null, which can be set,
+// stands for "none".
 ParallelFramework* current_framework() noexcept;
 void set_current_framework(ParallelFramework* framework) noexcept;
+
+// The current framework, or the one called "none" in place of null.
+ParallelFramework& framework_in_use() noexcept;
 
 }  // namespace Threads
 }  // namespace kvt

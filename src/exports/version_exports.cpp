@@ -1,0 +1,69 @@
+// Exports of the version banner and the build report.
+
+#include <string>
+
+#include "frame/console.h"
+#include "frame/export_guard.h"
+#include "frame/format.h"
+#include "frame/parameters.h"
+#include "kernels/karatsuba.h"
+#include "multiply/thresholds.h"
+#include "threads/framework.h"
+
+using namespace kvt;
+
+namespace {
+
+void add_value(ConsoleText& text, const std::string& label, u64 value, const char* unit = "") {
+    text.add(label + "\t", 'w').line(to_decimal(value) + unit, 'G');
+}
+
+void add_value(ConsoleText& text, const std::string& label, const char* value) {
+    text.add(label + "\t", 'w').line(value, 'G');
+}
+
+template <class W>
+void add_thresholds(ConsoleText& text) {
+    text.line("Multiplication, " + to_decimal(word_bits<W>) + "-bit words:", 'w');
+    for (const auto& [limit, algorithm] : multiply::threshold_table<W>())
+        add_value(text, std::string("    ") + algorithm->short_name + ": " + algorithm->display_name, limit,
+                  " words");
+}
+
+}  // namespace
+
+extern "C" {
+
+KVNUM_EXPORT void PrintVersionInfo() noexcept {
+    guarded([] {
+        ConsoleText().line("kvnum " KVNUM_VERSION, 'Y').line("Multi-precision arithmetic", 'w').line().print();
+    });
+}
+
+KVNUM_EXPORT void CompilationOptions() noexcept {
+    guarded([] {
+        ConsoleText text;
+        add_value(text, "Version:", KVNUM_VERSION " (" KVNUM_REVISION ")");
+        add_value(text, "Compiler:", __VERSION__);
+        add_value(text, "Data Alignment:", data_alignment_bytes);
+        add_value(text, "Vector Kernels:", level_name(kernels::active_levels().vector));
+        add_value(text, "Word Kernels:", level_name(kernels::active_levels().word));
+        auto* framework = Threads::current_framework();
+        add_value(text, "Parallel Framework:", framework == nullptr ? "none" : framework->name());
+        text.line("MULv2:", 'w');
+        add_value(text, "    c32i_sqr: Basecase - Karatsuba", kernels::sqr_split_words<u32>(), " iwords");
+        add_value(text, "    c32i_mul: Basecase - Karatsuba", kernels::mul_split_words<u32>(), " iwords");
+        add_value(text, "    c64i_sqr: Basecase - Karatsuba", kernels::sqr_split_words<u64>(), " iwords");
+        add_value(text, "    c64i_mul: Basecase - Karatsuba", kernels::mul_split_words<u64>(), " iwords");
+        add_thresholds<u32>(text);
+        add_thresholds<u64>(text);
+        text.line("BigFloat:", 'w');
+        add_value(text, "    Extra Precision", 2, " words");
+        add_value(text, "    Addition Buffer", 128, " words");
+        text.line("ExactFloat:", 'w');
+        add_value(text, "    Basecase clen", 20, " words");
+        text.print();
+    });
+}
+
+}  // extern "C"

@@ -1,0 +1,95 @@
+// Squares by symmetry: the products above the diagonal once, doubled, and the squares on the diagonal added.
+
+// Words of the square above the diagonal, doubled, and the diagonal added: C[0..2L) holds sum over i < j of A[i] A[j]
+// B^(i+j) in words 1 .. 2L-2.
+void double_and_add_diagonal(Byte* C, const Byte* A, u64 L) noexcept {
+    u64 low, high, word;
+    store(C, 0);
+    store(C + 16 * L - 8, 0);
+    __asm__ volatile(
+        "xor %k[word], %k[word]\n"
+        ".p2align 4\n"
+        "1:\n"
+        "mov (%[a]), %%rdx\n"
+        "mulx %%rdx, %[low], %[high]\n"
+        "mov (%[c]), %[word]\n"
+        "adcx %[word], %[word]\n"
+        "adox %[low], %[word]\n"
+        "mov %[word], (%[c])\n"
+        "mov 8(%[c]), %[word]\n"
+        "adcx %[word], %[word]\n"
+        "adox %[high], %[word]\n"
+        "mov %[word], 8(%[c])\n"
+        "lea 8(%[a]), %[a]\n"
+        "lea 16(%[c]), %[c]\n"
+        "lea -1(%[count]), %[count]\n"
+        "jrcxz 2f\n"
+        "jmp 1b\n"
+        "2:\n"
+        : [a] "+&r"(A), [c] "+&r"(C), [count] "+&c"(L), [low] "=&r"(low), [high] "=&r"(high), [word] "=&r"(word)
+        :
+        : "rdx", "cc", "memory");
+}
+
+// All of it unrolled: row j adds A[j] * A[j+1..N) at word 2 j + 1.
+template <unsigned N>
+void short_square(Byte* C, const Byte* A) noexcept {
+    u64 low, high, other, zero;
+    __asm__ volatile(
+        // words i of row j; the upper half of the last product alternates between two registers
+        ".macro kvnum_step j, i, high, last\n"
+        "mulx 8*(\\i)(%[a]), %[low], \\high\n"
+        ".if \\i > \\j + 1\n"
+        "adcx \\last, %[low]\n"
+        ".endif\n"
+        ".if \\j\n"
+        "adox 8*(\\i+\\j)(%[c]), %[low]\n"
+        ".endif\n"
+        "mov %[low], 8*(\\i+\\j)(%[c])\n"
+        ".if \\i + 1 < %c[words]\n"
+        "kvnum_step \\j, \\i+1, \\last, \\high\n"
+        ".else\n"
+        "adcx %[zero], \\high\n"
+        "adox %[zero], \\high\n"
+        "mov \\high, 8*(%c[words]+\\j)(%[c])\n"
+        ".endif\n"
+        ".endm\n"
+        ".macro kvnum_rows j\n"
+        "mov 8*(\\j)(%[a]), %%rdx\n"
+        "xor %k[zero], %k[zero]\n"
+        "kvnum_step \\j, \\j+1, %[high], %[other]\n"
+        ".if \\j + 2 < %c[words]\n"
+        "kvnum_rows \\j+1\n"
+        ".endif\n"
+        ".endm\n"
+        ".macro kvnum_diagonal i\n"
+        "mov 8*(\\i)(%[a]), %%rdx\n"
+        "mulx %%rdx, %[low], %[high]\n"
+        ".if \\i\n"
+        "mov 16*(\\i)(%[c]), %[other]\n"
+        "adcx %[other], %[other]\n"
+        "adox %[other], %[low]\n"
+        ".endif\n"
+        "mov %[low], 16*(\\i)(%[c])\n"
+        ".if \\i + 1 < %c[words]\n"
+        "mov 16*(\\i)+8(%[c]), %[other]\n"
+        "adcx %[other], %[other]\n"
+        "adox %[other], %[high]\n"
+        "mov %[high], 16*(\\i)+8(%[c])\n"
+        "kvnum_diagonal \\i+1\n"
+        ".else\n"
+        "adcx %[zero], %[high]\n"
+        "adox %[zero], %[high]\n"
+        "mov %[high], 16*(\\i)+8(%[c])\n"
+        ".endif\n"
+        ".endm\n"
+        "kvnum_rows 0\n"
+        "xor %k[zero], %k[zero]\n"
+        "kvnum_diagonal 0\n"
+        ".purgem kvnum_step\n"
+        ".purgem kvnum_rows\n"
+        ".purgem kvnum_diagonal\n"
+        : [low] "=&r"(low), [high] "=&r"(high), [other] "=&r"(other), [zero] "=&r"(zero)
+        : [a] "r"(A), [c] "r"(C), [words] "i"(N)
+        : "rdx", "cc", "memory");
+}
