@@ -9,37 +9,15 @@
 
 #include "frame/console.h"
 #include "support/console_capture.h"
+#include "threads/actions.h"
 #include "threads/builtin.h"
 #include "threads/parallel.h"
 
 namespace kvt::Threads {
 namespace {
 
-template <class Body>
-class Action final : public BasicAction {
-  public:
-    explicit Action(Body body) : body_(body) {}
-    void run() override { body_(); }
-
-  private:
-    Body body_;
-};
-
-template <class First, class Second>
-void pair(ParallelFramework& framework, First first, Second second) {
-    Action<First> first_action(first);
-    Action<Second> second_action(second);
-    framework.run_pair(&first_action, &second_action);
-}
-
-// Binary tree of forks; returns the number of leaves that ran.
-u64 fork_tree(ParallelFramework& framework, unsigned depth) {
-    if (depth == 0) return 1;
-    u64 left = 0, right = 0;
-    pair(
-        framework, [&] { left = fork_tree(framework, depth - 1); }, [&] { right = fork_tree(framework, depth - 1); });
-    return left + right;
-}
+using test::fork_tree;
+using test::run_pair;
 
 class EveryFramework : public testing::TestWithParam<NamedFramework> {
   protected:
@@ -79,7 +57,7 @@ TEST_P(EveryFramework, NestsOneSideAlone) {
         std::atomic<unsigned>& runs;
         void descend(unsigned depth) {
             if (depth == 0) return;
-            pair(
+            run_pair(
                 framework, [&] { ++runs; }, [&] { descend(depth - 1); });
         }
     } chain{framework(), runs};
@@ -88,7 +66,7 @@ TEST_P(EveryFramework, NestsOneSideAlone) {
 }
 
 TEST_P(EveryFramework, ServesManyCallersAtOnce) {
-    const unsigned callers = 12, depth = thread_per_fork() ? 4 : 11;
+    const unsigned callers = 12, depth = thread_per_fork() ? 4 : 9;
     std::vector<std::thread> threads;
     std::atomic<u64> leaves{0};
     for (unsigned i = 0; i < callers; ++i)
@@ -102,7 +80,7 @@ TEST_P(EveryFramework, ServesManyCallersAtOnce) {
 TEST_P(EveryFramework, ExceptionOfTheSecondSidePassesAfterTheFirstHasFinished) {
     for (int round = 0; round < 20; ++round) {
         std::atomic<bool> first_ran{false};
-        EXPECT_THROW(pair(
+        EXPECT_THROW(run_pair(
                          framework(), [&] { first_ran = true; }, [] { throw std::runtime_error("second"); }),
                      std::runtime_error);
         EXPECT_TRUE(first_ran);
