@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <span>
 #include <string>
 
+#include "kernels/direct.h"
 #include "kernels/karatsuba.h"
 #include "reference/arithmetic.h"
 #include "support/fenced.h"
@@ -18,62 +20,93 @@ using namespace kvt;
 using namespace kvt::test;
 using namespace kvt::kernels;
 
+// Blocks that end at an unreadable page, kept for the whole run: arrays are laid against their ends.
+enum Slot { slot_a, slot_b, slot_c, slot_scratch };
+
+unsigned char* last_bytes(Slot slot, std::size_t bytes) {
+    static const FencedBytes blocks[] = {FencedBytes(1 << 16), FencedBytes(1 << 16), FencedBytes(1 << 16),
+                                         FencedBytes(1 << 18)};
+    EXPECT_LE(bytes, blocks[slot].size());
+    return blocks[slot].data() + blocks[slot].size() - bytes;
+}
+
 template <class W>
-FencedWords<W> operand(Pattern pattern, std::size_t n, Rng& rng) {
-    FencedWords<W> out(n);
+std::span<W> array(Slot slot, std::size_t n) {
+    return {reinterpret_cast<W*>(last_bytes(slot, n * sizeof(W))), n};
+}
+
+template <class W>
+std::span<W> operand(Slot slot, Pattern pattern, std::size_t n, Rng& rng) {
+    const auto out = array<W>(slot, n);
     fill(pattern, out.data(), n, rng);
     return out;
 }
 
 template <class W>
-std::string hex(const W* words, std::size_t n) {
+std::string hex(std::span<const W> words) {
     constexpr char digits[] = "0123456789abcdef";
     std::string out;
-    for (std::size_t i = n; i-- > 0;) {
+    for (std::size_t i = words.size(); i-- > 0;) {
         for (int shift = word_bits<W> - 4; shift >= 0; shift -= 4) out += digits[words[i] >> shift & 15];
         out += ' ';
     }
     return out;
 }
 
+// A product and the words it must have; C is filled anew before each method.
 template <class W>
-void expect_product(const char* what, const FencedWords<W>& C, const std::vector<W>& want, const FencedWords<W>& A,
-                    const FencedWords<W>& B) {
-    ASSERT_EQ(C.size(), want.size());
-    if (std::memcmp(C.data(), want.data(), want.size() * sizeof(W)) == 0) return;
-    ADD_FAILURE() << what << " of " << A.size() << " x " << B.size() << " words, level "
-                  << level_name(active_levels().vector) << "/" << level_name(active_levels().word) << "\nA "
-                  << hex(A.data(), A.size()) << "\nB " << hex(B.data(), B.size()) << "\ngot  "
-                  << hex(C.data(), C.size()) << "\nwant " << hex(want.data(), want.size());
+struct Case {
+    std::span<const W> A, B;
+    std::vector<W> want = reference::product(A.data(), A.size(), B.data(), B.size());
+    std::span<W> C = array<W>(slot_c, A.size() + B.size());
+
+    template <class Method>
+    void expect(const char* what, std::size_t scratch_bytes, Method method) {
+        std::memset(C.data(), 0x5a, C.size_bytes());
+        method(C.data(), last_bytes(slot_scratch, scratch_bytes));
+        if (std::memcmp(C.data(), want.data(), C.size_bytes()) == 0) return;
+        ADD_FAILURE() << what << " of " << A.size() << " x " << B.size() << " words, level "
+                      << level_name(active_levels().vector) << "/" << level_name(active_levels().word) << "\nA "
+                      << hex<W>(A) << "\nB " << hex<W>(B) << "\ngot  " << hex<W>(C) << "\nwant " << hex<W>(want);
+    }
+};
+
+template <class W>
+void check_product(std::span<const W> A, std::span<const W> B) {
+    const std::size_t LA = A.size(), LB = B.size();
+    const std::size_t karatsuba_bytes = mulK_scratch_words<W>(LA, LB) * sizeof(W);
+    Case<W> product{A, B};
+    product.expect("mulB", 0, [&](W* C, void*) { mulB(C, A.data(), LA, B.data(), LB); });
+    product.expect("mulK", karatsuba_bytes,
+                   [&](W* C, void* S) { mulK(C, A.data(), LA, B.data(), LB, static_cast<W*>(S)); });
+    product.expect("direct_multiply", direct_multiply_scratch_bytes<W>(LA, LB),
+                   [&](W* C, void* S) { direct_multiply(C, A.data(), LA, B.data(), LB, S); });
+    if (LA == LB)
+        product.expect("mulK_balanced", karatsuba_bytes,
+                       [&](W* C, void* S) { mulK_balanced(C, A.data(), B.data(), LA, static_cast<W*>(S)); });
+}
+
+template <class W>
+void check_square(std::span<const W> A) {
+    const std::size_t L = A.size();
+    Case<W> square{A, A};
+    square.expect("sqrB", 0, [&](W* C, void*) { sqrB(C, A.data(), L); });
+    square.expect("sqrK", sqrK_scratch_words<W>(L) * sizeof(W),
+                  [&](W* C, void* S) { sqrK(C, A.data(), L, static_cast<W*>(S)); });
+    square.expect("direct_square", direct_square_scratch_bytes<W>(L),
+                  [&](W* C, void* S) { direct_square(C, A.data(), L, S); });
 }
 
 template <class W>
 void check_product(Pattern pattern, std::size_t LA, std::size_t LB, Rng& rng) {
-    const auto A = operand<W>(pattern, LA, rng);
-    const auto B = operand<W>(rng.below(4) == 0 ? Pattern::random : pattern, LB, rng);
-    const auto want = reference::product(A.data(), LA, B.data(), LB);
-    FencedWords<W> C(LA + LB), S(mulK_scratch_words<W>(LA, LB));
-    mulB<W>(C, A, LA, B, LB);
-    expect_product("mulB", C, want, A, B);
-    std::memset(C.data(), 0x5a, C.size() * sizeof(W));
-    mulK<W>(C, A, LA, B, LB, S);
-    expect_product("mulK", C, want, A, B);
-    if (LA != LB) return;
-    std::memset(C.data(), 0xa5, C.size() * sizeof(W));
-    mulK_balanced<W>(C, A, B, LA, S);
-    expect_product("mulK_balanced", C, want, A, B);
+    const auto A = operand<W>(slot_a, pattern, LA, rng);
+    const auto B = operand<W>(slot_b, rng.below(4) == 0 ? Pattern::random : pattern, LB, rng);
+    check_product<W>(A, B);
 }
 
 template <class W>
 void check_square(Pattern pattern, std::size_t L, Rng& rng) {
-    const auto A = operand<W>(pattern, L, rng);
-    const auto want = reference::product(A.data(), L, A.data(), L);
-    FencedWords<W> C(2 * L), S(sqrK_scratch_words<W>(L));
-    sqrB<W>(C, A, L);
-    expect_product("sqrB", C, want, A, A);
-    std::memset(C.data(), 0x5a, C.size() * sizeof(W));
-    sqrK<W>(C, A, L, S);
-    expect_product("sqrK", C, want, A, A);
+    check_square<W>(operand<W>(slot_a, pattern, L, rng));
 }
 
 #if KVNUM_HAVE_GMP
@@ -128,17 +161,13 @@ void check_halves() {
     for (std::size_t L = 12; L <= 90; ++L) {
         const std::size_t h = L / 2, l = L - h;
         for (int change = 0; change < 4; ++change) {
-            auto A = operand<W>(Pattern::random, L, rng);
+            const auto A = operand<W>(slot_a, Pattern::random, L, rng);
             std::memcpy(A.data() + l, A.data(), h * sizeof(W));
             if (l > h) A[h] = change == 1 ? 1 : 0;
             if (change == 2) A[rng.below(h)] ^= 1;
             if (change == 3) A[L - 1] = ~A[L - 1];
-            const auto B = operand<W>(Pattern::runs, L, rng);
-            FencedWords<W> C(2 * L), S(mulK_scratch_words<W>(L, L)), T(sqrK_scratch_words<W>(L));
-            mulK<W>(C, A, L, B, L, S);
-            expect_product("mulK", C, reference::product(A.data(), L, B.data(), L), A, B);
-            sqrK<W>(C, A, L, T);
-            expect_product("sqrK", C, reference::product(A.data(), L, A.data(), L), A, A);
+            check_product<W>(A, operand<W>(slot_b, Pattern::runs, L, rng));
+            check_square<W>(A);
         }
     }
 }
