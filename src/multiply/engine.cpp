@@ -1,0 +1,16 @@
+#include "multiply/engine.h"
+
+#include "kernels/residue61.h"
+
+namespace kvt::multiply {
+
+void TransformEngine::product_keeping(const TransformPlan& plan, const GlobalTwiddleTable& table, const void* a,
+                                      Residue a_residue, Operand b, void* operand, Window out, bool check, void* work,
+                                      u64 tasks) const {
+    const Residue b_residue = forward(plan, table, b, operand, work, tasks);
+    multiply(plan, table, operand, a, work, tasks);
+    const Residue expected{kernels::residue_mul(a_residue.value, b_residue.value)};
+    inverse(plan, table, operand, out, check ? &expected : nullptr, work, tasks);
+}
+
+}  // namespace kvt::multiply
