@@ -86,7 +86,9 @@ TYPED_TEST(BigIntTest, TheResultOfASumMayBeAnOperand) {
         for (bool subtract : {false, true}) {
             auto A = this->random(n, room - n), B = this->random(m, room - m);
             const Dyadic a = A.exact(), b = B.exact();
-            auto operation = subtract ? set_sub<TypeParam> : set_add<TypeParam>;
+            using Number = BigInt<TypeParam>;
+            void (*operation)(Number&, const Number&, const Number&) = set_add;
+            if (subtract) operation = set_sub;
             const Dyadic want = subtract ? a - b : a + b;
             operation(*A, *A, *B);
             EXPECT_EQ(A.exact(), want);

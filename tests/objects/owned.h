@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "objects/big_float.h"
 #include "objects/big_int.h"
 #include "objects/dyadic.h"
 #include "support/fenced.h"
@@ -33,6 +34,39 @@ class OwnedBigInt {
     Dyadic exact() const { return Dyadic::of(value.T, value.L, 0, value.sign); }
 
     objects::BigInt<W> value;
+
+  private:
+    FencedWords<W> memory_;
+    Rng garbage_{1};
+};
+
+template <class W>
+Dyadic exact(const objects::BigFloat<W>& x) {
+    return Dyadic::of(x.T, x.L, x.exp, x.sign);
+}
+
+template <class W>
+class OwnedBigFloat {
+  public:
+    explicit OwnedBigFloat(u64 capacity) : memory_(capacity) {
+        fill(Pattern::alternating, memory_.data(), capacity, garbage_);
+        value = {memory_.data(), 0, 0, true, memory_.data(), capacity};
+    }
+    OwnedBigFloat(const std::vector<W>& words, i64 exp, bool sign, u64 capacity = 0)
+        : OwnedBigFloat(std::max<u64>(capacity, words.size())) {
+        std::copy(words.begin(), words.end(), memory_.begin());
+        value.L = words.size();
+        while (value.L > 0 && value.T[value.L - 1] == 0) --value.L;
+        value.exp = value.L != 0 ? exp : 0;
+        value.sign = sign || value.L == 0;
+    }
+    objects::BigFloat<W>& operator*() { return value; }
+    const objects::BigFloat<W>& operator*() const { return value; }
+    objects::BigFloat<W>* operator->() { return &value; }
+    const objects::BigFloat<W>* operator->() const { return &value; }
+    Dyadic exact() const { return test::exact(value); }
+
+    objects::BigFloat<W> value;
 
   private:
     FencedWords<W> memory_;
