@@ -21,7 +21,7 @@ namespace peers {
 namespace {
 
 struct Options {
-    std::string operation = "mul", peer = "gmp", isa = "best", word_isa = "best", csv;
+    std::string operation = "mul", peer = "gmp", isa = "best", word_isa = "best", framework, csv;
     std::vector<std::string> sizes{"4,6,8,10,12,16,24,30,50,100,150,500,1000,2500,5000,12288,16384,131072"};
     std::uint64_t threads = 1;
     double shape = 1;
@@ -52,6 +52,13 @@ std::vector<std::size_t> parse_sizes(const std::vector<std::string>& texts) {
     return out;
 }
 
+void choose_framework(const Options& options) {
+    if (options.framework.empty()) return;
+    ParallelFramework* framework = GetBuiltInFrameworkByName(options.framework.c_str());
+    if (framework == nullptr) throw std::invalid_argument("no framework " + options.framework);
+    SetParallelFramework(framework);
+}
+
 void cap_levels(const Options& options) {
     const std::map<std::string, std::uint32_t> vector{
         {"scalar", 0}, {"avx2", 1}, {"avx512", 2}, {"avx512ifma", 3}, {"best", 3}};
@@ -73,7 +80,8 @@ void print_machine(const Options& options) {
     fmt::print("# {}\n", first_line_of("sed -n 's/^model name[^:]*: //p' /proc/cpuinfo"));
     fmt::print("# GCC {}, commit {}\n", __VERSION__,
                first_line_of("git -C " KVNUM_SOURCE_FOLDER " describe --always --dirty"));
-    fmt::print("# isa {}, word isa {}, threads {}\n", options.isa, options.word_isa, options.threads);
+    fmt::print("# isa {}, word isa {}, threads {}, framework {}\n", options.isa, options.word_isa, options.threads,
+               GetFrameworkName(GetParallelFramework()));
 }
 
 constexpr char csv_head[] =
@@ -117,6 +125,7 @@ int run(const Options& options) {
     if (chosen.empty()) throw std::invalid_argument("no such operation for this peer; --list shows all");
 
     cap_levels(options);
+    choose_framework(options);
     SetConsoleSink([](void*, const char*, std::uint64_t, char) {}, nullptr);  // errors come back as wrappers
     print_machine(options);
     std::ofstream csv;
@@ -149,6 +158,7 @@ int main(int argc, char** argv) {
     app.add_option("--shape", options.shape, "first operand so many times as long as the second")
         ->check(CLI::Range(1.0, 1e9));
     app.add_option("--threads", options.threads, "tasks")->capture_default_str()->check(CLI::Range(1, 1024));
+    app.add_option("--framework", options.framework, "parallel framework (default: the library's)");
     app.add_option("--isa", options.isa, "vector kernels at most")
         ->capture_default_str()
         ->check(CLI::IsMember({"scalar", "avx2", "avx512", "avx512ifma", "best"}));

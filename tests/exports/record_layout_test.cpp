@@ -10,10 +10,15 @@
 #include "frame/parameters.h"
 #include "frame/progress.h"
 #include "multiply/algorithm.h"
+#include "multiply/twiddle_table.h"
+#include "objects/big_int.h"
+#include "threads/framework.h"
 
-#define SAME_SIZE(A, B)                                                                                        \
-    static_assert(sizeof(A) == sizeof(B) && std::is_standard_layout_v<A> && std::is_trivially_copyable_v<A> && \
-                  std::is_standard_layout_v<B> && std::is_trivially_copyable_v<B>)
+// A type that no padding or hidden member can change between compilers.
+template <class T>
+inline constexpr bool plain = std::is_standard_layout_v<T>&& std::is_trivially_copyable_v<T>;
+
+#define SAME_SIZE(A, B) static_assert(plain<A> && plain<B> && sizeof(A) == sizeof(B))
 #define SAME_FIELD(A, B, field) \
     static_assert(offsetof(A, field) == offsetof(B, field) && sizeof(A::field) == sizeof(B::field))
 
@@ -36,7 +41,36 @@ SAME_FIELD(ProgressSink, kvt::ProgressSink, pop);
 SAME_FIELD(ProgressSink, kvt::ProgressSink, show);
 SAME_FIELD(ProgressSink, kvt::ProgressSink, context);
 
+SAME_SIZE(TextRecord, kvt::TextRecord);
+SAME_FIELD(TextRecord, kvt::TextRecord, length);
+SAME_FIELD(TextRecord, kvt::TextRecord, text);
+SAME_FIELD(TextRecord, kvt::TextRecord, text_free);
+
 SAME_SIZE(MulSizeRecord, kvt::MulSizeRecord);
 SAME_FIELD(MulSizeRecord, kvt::MulSizeRecord, bits);
 SAME_FIELD(MulSizeRecord, kvt::MulSizeRecord, operand_bytes);
 SAME_FIELD(MulSizeRecord, kvt::MulSizeRecord, scratch_bytes);
+
+SAME_SIZE(GlobalTwiddleTable, kvt::GlobalTwiddleTable);
+SAME_FIELD(GlobalTwiddleTable, kvt::GlobalTwiddleTable, covered);
+SAME_FIELD(GlobalTwiddleTable, kvt::GlobalTwiddleTable, section);
+SAME_FIELD(GlobalTwiddleTable, kvt::GlobalTwiddleTable, descriptor);
+SAME_FIELD(GlobalTwiddleTable, kvt::GlobalTwiddleTable, block);
+
+SAME_SIZE(BigInt_c32, kvt::objects::BigInt<kvt::u32>);
+SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, T);
+SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, L);
+SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, sign);
+SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, buffer);
+SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, buffer_size);
+
+SAME_SIZE(BigInt_c64, kvt::objects::BigInt<kvt::u64>);
+SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, T);
+SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, L);
+SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, sign);
+SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, buffer);
+SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, buffer_size);
+
+// A framework has a table pointer first: not a plain record inside, but of the size that the public header gives it.
+static_assert(plain<ParallelFramework> && sizeof(ParallelFramework) == sizeof(kvt::Threads::ParallelFramework));
+static_assert(offsetof(ParallelFramework, workers) == sizeof(void*));
