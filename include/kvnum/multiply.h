@@ -6,10 +6,11 @@
  * Common to all products:
  *   params   table, scratch and tasks (kvnum/frame.h)
  *   A, B     [LA], [LB words] little-endian, read only, any alignment of the word type
- *   errors   NULL, or an ExceptionWrapper to be released through its own destroy; nothing is written when one of
- * these comes back: "Generic Exception" (no algorithm covers the length), "Lookup table is too small.", "Buffer is
- * too small.". "Redundancy Check Failed:  " says that the product's self-check failed; C is then undefined. threads
- * no shared state; calls on disjoint arrays and scratch may run at the same time
+ *   errors   NULL, or an ExceptionWrapper to be released through its own destroy; nothing is written when one of these
+ *            comes back: "Generic Exception" (no algorithm covers the length), "Lookup table is too small.",
+ *            "Buffer is too small.". "Redundancy Check Failed:  " says that the product's self-check failed; C is then
+ *            undefined.
+ *   threads  no shared state; calls on disjoint arrays and scratch may run at the same time
  */
 
 #include "kvnum/frame.h"

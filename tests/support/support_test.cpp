@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "multiply/twiddle_table.h"
-#include "multiply/twiddle_table.h"
 #include "support/child_process.h"
 #include "support/falsify.h"
 #include "support/fenced.h"
