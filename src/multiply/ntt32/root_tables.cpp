@@ -50,13 +50,12 @@ u64 RootTables::bytes() const noexcept {
     for (unsigned s = 0; s < set_count; ++s) {
         if (exponents_[s] != 0) words += prime_sets[s].count * words_of_prime(prime_sets[s].radix, exponents_[s]);
     }
-    return words == 0 ? 0 : (sizeof(SectionHeader) + 4 * words + 31) & ~u64{31};
+    return words == 0 ? 0 : (sizeof(SectionHeader) + 4 * words + 63) & ~u64{63};
 }
 
-void* RootTables::build(void* at) const noexcept {
-    const u64 size = bytes();
-    if (size == 0) return at;
-    std::memset(at, 0, size);
+void RootTables::fill(void* at) const noexcept {
+    if (bytes() == 0) return;
+    std::memset(at, 0, bytes());
     SectionHeader header{};
     u32* const words = static_cast<u32*>(at);
     u64 offset = sizeof(SectionHeader) / 4;
@@ -72,7 +71,6 @@ void* RootTables::build(void* at) const noexcept {
         }
     }
     std::memcpy(at, &header, sizeof(header));
-    return static_cast<u8*>(at) + size;
 }
 
 PrimeRoots roots_in(const void* section, unsigned s, unsigned i) noexcept {

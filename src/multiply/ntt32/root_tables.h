@@ -43,20 +43,24 @@ struct SectionHeader {
 };
 static_assert(sizeof(SectionHeader) == 144);
 
-// What a section holds, and how it is filled. levels[] only ever rise.
+// What a section holds, and how it is filled. Works on words that lie elsewhere, zero at first: the exponent of every
+// set, which only ever rises.
 class RootTables {
   public:
-    explicit RootTables(const RowList& list) : list_(list) {}
+    static constexpr unsigned words = 4;
+
+    RootTables(const RowList& list, u64* words) : list_(list), exponents_(reinterpret_cast<u8*>(words)) {}
 
     void configure(u64 bits) noexcept;  // covers products of up to this many bits on the list
-    u64 bytes() const noexcept;         // 0 if never configured; a multiple of 32
-    void* build(void* at) const noexcept;
+    u64 bytes() const noexcept;         // 0 if never configured; a multiple of 64
+    void fill(void* at) const noexcept;
 
   private:
     void mark(const Row& row) noexcept;
     const RowList& list_;
-    u8 exponents_[set_count] = {};
+    u8* const exponents_;
 };
+static_assert(8 * RootTables::words >= set_count);
 
 // The roots of prime i of a set in a section; the set must be there.
 PrimeRoots roots_in(const void* section, unsigned set, unsigned i) noexcept;
