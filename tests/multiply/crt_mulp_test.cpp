@@ -35,7 +35,7 @@ const GlobalTwiddleTable& test_table() {
 }
 
 // A wrapped transform as plain as can be: an operand's buffer holds its length and its words; residues are taken word
-// by word, and -1 modulo 2^L + 1 comes out as N zero words.
+// by word, and -1 modulo 2^L + 1 comes out as all ones, which is -2.
 class PlainWrapping final : public TransformEngine {
   public:
     TransformPlan plan(u64) const override { return {}; }
@@ -273,7 +273,7 @@ TEST(CrtMulp, StagesTagsAndObjects) {
                                            "-qtn_CRT_Cc.sf"};
     EXPECT_EQ(storage.log_, want);
     for (const auto& [name, bytes] : storage.sizes_) {
-        if (name.find("T(") == std::string::npos) EXPECT_EQ(bytes, 4 * N) << name;
+        EXPECT_TRUE(name.find("T(") != std::string::npos || bytes == 4 * N) << name;
     }
 }
 
