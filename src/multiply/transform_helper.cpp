@@ -75,13 +75,13 @@ void TransformHelper<W>::product(TransformedOperand<W>& a, const TransformedOper
 }
 
 template <class W>
-void TransformHelper<W>::product(TransformedOperand<W>& a, const W* B, u64 n, W* out, u64 first, u64 count) const {
+void TransformHelper<W>::product(const TransformedOperand<W>& a, const W* B, u64 n, W* out, u64 first,
+                                 u64 count) const {
     require_own(a);
     require_length(n);
     const bool whole = product_bits(a.words, n) <= plan_.capacity_bits;
-    engine_.product(plan_, *table_, a.data, a.residue, operand_of(B, n), window_of(out, first, count), whole, first_,
-                    tasks_);
-    a = {};
+    engine_.product_keeping(plan_, *table_, a.data, a.residue, operand_of(B, n), second_,
+                            window_of(out, first, count), whole, work_, tasks_);
 }
 
 template class TransformHelper<u32>;

@@ -60,9 +60,9 @@ class TransformHelper {
     // product are zero. Operands of different set-ups, or of none, end the process.
     void product(TransformedOperand<W>& a, const TransformedOperand<W>& b, W* out, u64 first, u64 count) const;
 
-    // The same with an operand that is used this once: faster than transforming it first. a lies in buffer 2 or in a
-    // caller's buffer; buffer 1 is lost.
-    void product(TransformedOperand<W>& a, const W* B, u64 n, W* out, u64 first, u64 count) const;
+    // The same with an operand that is used this once: faster than transforming it first. It takes buffer 2, where a
+    // must not lie; a is kept.
+    void product(const TransformedOperand<W>& a, const W* B, u64 n, W* out, u64 first, u64 count) const;
 
   private:
     u64 product_bits(u64 words_a, u64 words_b) const { return (words_a + words_b) * word_bits<W>; }

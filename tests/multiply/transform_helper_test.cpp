@@ -73,12 +73,14 @@ void check_helper(const TransformEngine& engine, u64 words, u64 LA, u64 LB, Rng&
     helper.product(a, b, out.data(), first, count);
     expect_range(helper, out, first, AB);
 
-    // A single product of an operand in a caller's buffer.
+    // An operand in a caller's buffer, multiplied with operands that are used once.
     const u64 alignment = helper.operand_alignment();
     const FencedBytes own((helper.operand_bytes() + alignment - 1) / alignment * alignment);
-    auto kept = helper.forward(own.data(), A, LA);
+    const auto kept = helper.forward(own.data(), A, LA);
     helper.product(kept, A, LA, out.data(), first, count);
     expect_range(helper, out, first, AA);
+    helper.product(kept, B, LB, out.data(), first, count);
+    expect_range(helper, out, first, AB);
 }
 
 template <class W>
