@@ -1,9 +1,9 @@
 #include "multiply/basecase_algorithm.h"
 
 #include <cstring>
-#include <utility>
 
 #include "frame/exceptions.h"
+#include "kernels/direct.h"
 #include "kernels/karatsuba.h"
 #include "multiply/engine.h"
 
@@ -12,23 +12,21 @@ namespace {
 
 constexpr const char* location = "BKT";
 
-// Carves the scratch memory of one call; words start at the first address that suits W.
-template <class W>
-class Scratch {
-  public:
-    Scratch(const BasicParameters& params, u64 words) {
-        if (words == 0) return;
-        const auto address = reinterpret_cast<std::uintptr_t>(params.memory);
-        const u64 padding = (0 - address) % alignof(W);
-        const u64 required = words * sizeof(W) + padding;
-        if (params.memory_bytes < required) raise_scratch_too_small(location, params.memory_bytes, required);
-        at_ = reinterpret_cast<W*>(address + padding);
-    }
-    W* take(u64 words) { return std::exchange(at_, at_ + words); }
+void require_scratch(const BasicParameters& params, u64 bytes) {
+    if (params.memory_bytes < bytes) raise_scratch_too_small(location, params.memory_bytes, bytes);
+}
 
-  private:
-    W* at_ = nullptr;
-};
+// For windows: forms the whole product with form(C, scratch), its words in the scratch memory, and copies a part.
+template <class W, class Form>
+void form_window(const BasicParameters& params, u64 length, u64 direct_bytes, W* C, u64 first, u64 count,
+                 Form&& form) {
+    const auto address = reinterpret_cast<std::uintptr_t>(params.memory);
+    const u64 padding = (0 - address) % alignof(W);
+    require_scratch(params, padding + length * sizeof(W) + direct_bytes);
+    W* whole = reinterpret_cast<W*>(address + padding);
+    form(whole, whole + length);
+    std::memcpy(C, whole + first, count * sizeof(W));
+}
 
 template <class W>
 bool overlap(const W* A, u64 LA, const W* B, u64 LB) {
@@ -49,25 +47,23 @@ void BasecaseAlgorithm<W>::size_record(MulSizeRecord& record, u64 L, u64 tasks) 
 
 template <class W>
 void BasecaseAlgorithm<W>::square(const BasicParameters& params, W* C, const W* A, u64 L) const {
-    Scratch<W> scratch(params, kernels::sqrK_scratch_words<W>(L));
-    kernels::sqrK(C, A, L, scratch.take(0));
+    require_scratch(params, kernels::direct_square_scratch_bytes<W>(L));
+    kernels::direct_square(C, A, L, params.memory);
 }
 
 template <class W>
 void BasecaseAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B,
                                     u64 LB) const {
-    Scratch<W> scratch(params, kernels::mulK_scratch_words<W>(LA, LB));
-    kernels::mulK(C, A, LA, B, LB, scratch.take(0));
+    require_scratch(params, kernels::direct_multiply_scratch_bytes<W>(LA, LB));
+    kernels::direct_multiply(C, A, LA, B, LB, params.memory);
 }
 
 template <class W>
 void BasecaseAlgorithm<W>::square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                           u64 L) const {
     if (count == 2 * L && !overlap<W>(C, count, A, L)) return square(params, C, A, L);
-    Scratch<W> scratch(params, 2 * L + kernels::sqrK_scratch_words<W>(L));
-    W* whole = scratch.take(2 * L);
-    kernels::sqrK(whole, A, L, scratch.take(0));
-    std::memcpy(C, whole + first, count * sizeof(W));
+    form_window(params, 2 * L, kernels::direct_square_scratch_bytes<W>(L), C, first, count,
+                [&](W* whole, void* scratch) { kernels::direct_square(whole, A, L, scratch); });
 }
 
 template <class W>
@@ -75,10 +71,8 @@ void BasecaseAlgorithm<W>::multiply_partial(const BasicParameters& params, W* C,
                                             u64 LA, const W* B, u64 LB) const {
     if (count == LA + LB && !overlap<W>(C, count, A, LA) && !overlap<W>(C, count, B, LB))
         return multiply(params, C, A, LA, B, LB);
-    Scratch<W> scratch(params, LA + LB + kernels::mulK_scratch_words<W>(LA, LB));
-    W* whole = scratch.take(LA + LB);
-    kernels::mulK(whole, A, LA, B, LB, scratch.take(0));
-    std::memcpy(C, whole + first, count * sizeof(W));
+    form_window(params, LA + LB, kernels::direct_multiply_scratch_bytes<W>(LA, LB), C, first, count,
+                [&](W* whole, void* scratch) { kernels::direct_multiply(whole, A, LA, B, LB, scratch); });
 }
 
 template <class W>

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "frame/exceptions.h"
-#include "kernels/karatsuba.h"
+#include "kernels/direct.h"
 #include "multiply/algorithms.h"
 
 namespace kvt::multiply {
@@ -45,7 +45,7 @@ class DirectEngine final : public TransformEngine {
         return {};
     }
 
-    // Needs at most 16n + 16n + 8 S(n) of the work bytes for two operands of at most n words, the plan's length.
+    // The work bytes hold the product of two operands of the plan's length, and its direct scratch.
     void multiply(const TransformPlan& plan, const GlobalTwiddleTable&, void* a, const void* b, void* work,
                   u64) const override {
         auto* A = static_cast<Buffer*>(a);
@@ -57,9 +57,9 @@ class DirectEngine final : public TransformEngine {
         }
         auto* whole = static_cast<u64*>(work);
         if (A == B)
-            kernels::sqrK(whole, A->words(), A->n, whole + n);
+            kernels::direct_square(whole, A->words(), A->n, whole + n);
         else
-            kernels::mulK(whole, A->words(), A->n, B->words(), B->n, whole + n);
+            kernels::direct_multiply(whole, A->words(), A->n, B->words(), B->n, whole + n);
         A->n = std::min(n, plan.points);
         std::memcpy(A->words(), whole, 8 * A->n);
     }

@@ -123,22 +123,30 @@ TEST(Dispatch, AnEmptyOperandGivesZero) {
     EXPECT_TRUE(same<u64>(C, std::vector<u64>(3, 0).data(), 3));
 }
 
-// A shortage is found before anything is written, on every machine alike.
+// What a product does not use is not asked of it: short ones run without scratch on every machine.
 TEST(Dispatch, ShortScratchRaisesBeforeTheFirstWrite) {
+    const LevelScope cap({kernels::VectorLevel::scalar, kernels::WordLevel::scalar});
+    const std::vector<u64> A(29, ~u64{0});
+    std::vector<u64> C(58, 7);
+    unsigned char memory[8];
+    CapturedConsole console;
+    EXPECT_THROW(mul_p<u64>({nullptr, memory, 8, 1}, C.data(), A.data(), 29, A.data() + 1, 28),
+                 BufferTooSmallException);
+    EXPECT_EQ(console.count("Buffer is too small."), 1u);
+    EXPECT_EQ(console.count("    Buffer Size  : 8\n"), 1u);
+    EXPECT_THROW(sqrp_p<u64>({nullptr, memory, 8, 1}, C.data(), 1, 4, A.data(), 29), BufferTooSmallException);
+    EXPECT_EQ(C, std::vector<u64>(58, 7));
+}
+
+TEST(Dispatch, ProductsOfElevenWordsNeedNoScratch) {
     for (auto level : all_levels()) {
         const LevelScope cap(level);
-        const std::vector<u64> A(29, ~u64{0});
-        std::vector<u64> C(58, 7);
-        unsigned char memory[8];
-        CapturedConsole console;
-        EXPECT_THROW(mul_p<u64>({nullptr, memory, 8, 1}, C.data(), A.data(), 29, A.data(), 29),
-                     BufferTooSmallException);
-        EXPECT_EQ(console.count("Buffer is too small."), 1u);
-        EXPECT_EQ(console.count("    Buffer Size  : 8\n"), 1u);
-        EXPECT_EQ(C, std::vector<u64>(58, 7));
-        // Below the first split nothing is needed.
-        mul_p<u64>({nullptr, nullptr, 0, 1}, C.data(), A.data(), 29, A.data(), 17);
-        EXPECT_TRUE(same(C.data(), reference::product(A.data(), 29, A.data(), 17).data(), 46));
+        const std::vector<u64> A(11, ~u64{0});
+        std::vector<u64> C(22);
+        mul_p<u64>({nullptr, nullptr, 0, 1}, C.data(), A.data(), 11, A.data(), 11);
+        EXPECT_EQ(C, reference::product(A, A));
+        mul_p<u64>({nullptr, nullptr, 0, 1}, C.data(), A.data(), 11, A.data() + 1, 10);
+        EXPECT_TRUE(same(C.data(), reference::product(A.data(), 11, A.data(), 10).data(), 21));
     }
 }
 
