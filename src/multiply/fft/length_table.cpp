@@ -25,15 +25,16 @@ constexpr Row rows[fft_rows] = {
 constexpr FftParameters decode(u64 code) {
     constexpr u64 radices[] = {1, 5, 3, 7}, less[] = {0, 2, 1, 2};
     const u64 kind = code & 3;
-    if ((code >> 2) < 2) return {0, 0, 0, code, 0, 0};
+    if ((code >> 2) < 2) return {0, 0, 0, code, 0, 0, 0};
     const u64 exponent = (code >> 2) - less[kind];
-    return {radices[kind], exponent, 0, code, radices[kind] << exponent, 0};
+    return {radices[kind], exponent, 0, code, radices[kind] << exponent, 0, 0};
 }
 
 constexpr FftParameters row(u64 index) {
     FftParameters p = decode(rows[index].code);
     p.bits = rows[index].bits;
     p.capacity_bits = p.points * p.bits;
+    p.index = index;
     return p;
 }
 

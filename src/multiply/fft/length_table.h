@@ -13,6 +13,7 @@ struct FftParameters {
     u64 code;  // 4 * exponent of the next power of two, less 1, 2, 3 quarters of an octave
     u64 points;
     u64 capacity_bits;
+    u64 index;  // of the row
 };
 
 inline constexpr u64 fft_rows = 71;
