@@ -2,7 +2,9 @@
 //   pair   ns per run_pair of two empty actions, one after the other: minimum and median of blocks of 1,000
 //   tree   ns per run_pair in a binary tree of forks 16 deep (10 where every fork is a thread)
 //   range  ns per index of run_range with an empty action
-//   scaling: a plain loop over indices of 50 us against run_range, alternating; median of the ratios
+//   scaling: a plain loop over indices of 50 us against run_range, alternating; median of the ratios. Beside it the
+//   same for two plain threads that take half each, which shows what the machine gives at the moment. The indices
+//   compute, or only wait (which depends less on the other programs on the machine)
 // Usage: kvnum_bench_fork [indices of the scaling measure, default 2048; 0 leaves it out]
 
 #include <kvnum/kvnum.h>
@@ -12,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -48,6 +51,12 @@ class Tree final : public kv::BasicAction {
   private:
     ParallelFramework* framework_;
     unsigned depth_;
+};
+
+// Takes 50 us without needing a processor: shows how the indices are spread where other programs disturb Work.
+class Wait final : public kv::IndexAction {
+  public:
+    void run(uint64_t) override { std::this_thread::sleep_for(std::chrono::microseconds(50)); }
 };
 
 class EmptyIndex final : public kv::IndexAction {
@@ -103,22 +112,39 @@ void measure_forks(const char* name) {
                 median(tree), median(range));
 }
 
-void measure_scaling(const char* name, Work& work, uint64_t indices) {
-    ParallelFramework* framework = GetBuiltInFrameworkByName(name);
-    ParallelFramework* plain = GetBuiltInFrameworkByName("none");
-    std::vector<double> ratios;
-    for (int round = 0; round < 9; ++round) {
-        double time[2];
-        for (int side = 0; side < 2; ++side) {
-            ParallelFramework* runner = side == 0 ? plain : framework;
-            const auto start = Clock::now();
-            runner->table->run_range(runner, work.as_c(), 0, indices);
-            time[side] = nanoseconds_since(start);
+// Two threads of the operating system, half the indices each: what the machine gives at the moment.
+void run_halves(kv::IndexAction& action, uint64_t indices) {
+    const auto run = [&](uint64_t begin, uint64_t end) {
+        for (uint64_t i = begin; i < end; ++i) action.run(i);
+    };
+    std::thread lower(run, 0, indices / 2);
+    run(indices / 2, indices);
+    lower.join();
+}
+
+void measure_scaling(const char* kind, kv::IndexAction& action, uint64_t indices) {
+    const auto range = [&](const char* name) {
+        ParallelFramework* framework = GetBuiltInFrameworkByName(name);
+        framework->table->run_range(framework, action.as_c(), 0, indices);
+    };
+    constexpr const char* names[3] = {"two threads", "winpool", "cilk"};
+    std::vector<double> ratios[3];
+    for (int round = 0; round < 15; ++round)
+        for (int side = 0; side < 3; ++side) {
+            auto start = Clock::now();
+            range("none");
+            const double plain = nanoseconds_since(start);
+            start = Clock::now();
+            if (side == 0)
+                run_halves(action, indices);
+            else
+                range(names[side]);
+            ratios[side].push_back(plain / nanoseconds_since(start));
         }
-        ratios.push_back(time[0] / time[1]);
-    }
-    std::printf("%-9s %10.2f %10.2f %10.2f\n", name, *std::min_element(ratios.begin(), ratios.end()), median(ratios),
-                *std::max_element(ratios.begin(), ratios.end()));
+    for (int side = 0; side < 3; ++side)
+        std::printf("%-5s %-12s %10.2f %10.2f %10.2f\n", kind, names[side],
+                    *std::min_element(ratios[side].begin(), ratios[side].end()), median(ratios[side]),
+                    *std::max_element(ratios[side].begin(), ratios[side].end()));
 }
 
 }  // namespace
@@ -130,8 +156,10 @@ int main(int argc, char** argv) {
     if (indices == 0) return 0;
     Work work;
     work.calibrate();
-    std::printf("\nplain loop over run_range, %llu indices of 50 us\n%-9s %10s %10s %10s\n",
-                static_cast<unsigned long long>(indices), "", "min", "median", "max");
-    for (const char* name : {"winpool", "cilk"}) measure_scaling(name, work, indices);
+    Wait wait;
+    std::printf("\nplain loop over run_range, %llu indices of 50 us\n%-5s %-12s %10s %10s %10s\n",
+                static_cast<unsigned long long>(indices), "", "", "min", "median", "max");
+    measure_scaling("work", work, indices);
+    measure_scaling("wait", wait, indices);
     return 0;
 }
