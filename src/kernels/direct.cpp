@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "kernels/ifma52_table.h"
+#include "kernels/ifma52.h"
 #include "kernels/karatsuba.h"
 
 namespace kvt::kernels {

@@ -129,6 +129,8 @@ void square_limbs(void* C, u64 bytes, const u64* a, i64 n) noexcept {
     }
 }
 
+u64 limbs_of(u64 bytes) noexcept { return (8 * bytes + 51) / 52; }
+
 u64 vectors(u64 limbs) noexcept { return (limbs + 7) / 8; }
 
 u64* aligned_limbs(void* scratch) noexcept {
@@ -137,7 +139,7 @@ u64* aligned_limbs(void* scratch) noexcept {
 
 void multiply(void* C, const void* A, u64 a_bytes, const void* B, u64 b_bytes, void* scratch) noexcept {
     if (a_bytes > b_bytes) return multiply(C, B, b_bytes, A, a_bytes, scratch);
-    const u64 na = ifma52_limbs(a_bytes), nb = ifma52_limbs(b_bytes);
+    const u64 na = limbs_of(a_bytes), nb = limbs_of(b_bytes);
     u64* a = aligned_limbs(scratch);
     u64* b = a + 8 * vectors(na) + 8;
     load_limbs(a, static_cast<const unsigned char*>(A), a_bytes);
@@ -149,7 +151,7 @@ void multiply(void* C, const void* A, u64 a_bytes, const void* B, u64 b_bytes, v
 
 // Limbs i up to n + 3 are read, and vectors that begin up to 3 limbs before the first: zeros on both sides.
 void square(void* C, const void* A, u64 bytes, void* scratch) noexcept {
-    const u64 n = ifma52_limbs(bytes);
+    const u64 n = limbs_of(bytes);
     u64* a = aligned_limbs(scratch) + 8;
     load_limbs(a, static_cast<const unsigned char*>(A), bytes);
     _mm512_store_si512(a - 8, _mm512_setzero_si512());

@@ -13,9 +13,8 @@ void word_product(Byte* C, const Byte* A, const Byte* B) noexcept {
 
 void short_rows_1(Byte* C, const Byte* A, const Byte* B, u64) noexcept { word_product(C, A, B); }
 
-constexpr BlockProduct block_products[] = {
-    nullptr,          word_product,    small_block_product<2>, small_block_product<3>, small_block_product<4>,
-    block_product<5>, block_product<6>};
+constexpr BlockProduct block_products[] = {nullptr,          word_product,     block_product<2>, block_product<3>,
+                                           block_product<4>, block_product<5>, block_product<6>};
 constexpr ShortRows short_row_products[] = {
     nullptr,        short_rows_1,   short_rows<2>,  short_rows<3>,  short_rows<4>,  short_rows<5>,
     short_rows<6>,  short_rows<7>,  short_rows<8>,  short_rows<9>,  short_rows<10>, short_rows<11>,
@@ -47,7 +46,7 @@ void word_square(Byte* C, const Byte* A) noexcept { word_product(C, A, A); }
 
 using ShortSquare = void (*)(Byte*, const Byte*) noexcept;
 constexpr ShortSquare short_squares[] = {nullptr,         word_square,     short_square<2>,  short_square<3>,
-                                         short_square<4>, short_square<5>, short_square<6>,  short_square<7>,
+                                         square_4,        short_square<5>, short_square<6>,  short_square<7>,
                                          short_square<8>, short_square<9>, short_square<10>, short_square<11>,
                                          short_square<12>};
 constexpr unsigned short_square_words = 12;

@@ -93,3 +93,64 @@ void short_square(Byte* C, const Byte* A) noexcept {
         : [a] "r"(A), [c] "r"(C), [words] "i"(N)
         : "rdx", "cc", "memory");
 }
+
+// Four words, in registers: r1 .. r6 gather the products above the diagonal.
+void square_4(Byte* C, const Byte* A) noexcept {
+    u64 r1, r2, r3, r4, r5, r6, low, high;
+    __asm__ volatile(
+        "mov (%[a]), %%rdx\n"
+        "mulx 8(%[a]), %[r1], %[r2]\n"
+        "mulx 16(%[a]), %[low], %[r3]\n"
+        "add %[low], %[r2]\n"
+        "mulx 24(%[a]), %[low], %[r4]\n"
+        "adc %[low], %[r3]\n"
+        "mov 8(%[a]), %%rdx\n"
+        "mulx 24(%[a]), %[low], %[r5]\n"
+        "adc %[low], %[r4]\n"
+        "mov 24(%[a]), %%rdx\n"
+        "mulx 16(%[a]), %[low], %[r6]\n"
+        "adc %[low], %[r5]\n"
+        "adc $0, %[r6]\n"
+        "mov 8(%[a]), %%rdx\n"
+        "mulx 16(%[a]), %[low], %[high]\n"
+        "add %[low], %[r3]\n"
+        "adc %[high], %[r4]\n"
+        "adc $0, %[r5]\n"
+        "adc $0, %[r6]\n"
+        "mov (%[a]), %%rdx\n"
+        "xor %k[low], %k[low]\n"  // clears both flags
+        "mulx %%rdx, %[low], %[high]\n"
+        "mov %[low], (%[c])\n"
+        "adcx %[r1], %[r1]\n"
+        "adox %[high], %[r1]\n"
+        "mov %[r1], 8(%[c])\n"
+        "mov 8(%[a]), %%rdx\n"
+        "mulx %%rdx, %[low], %[high]\n"
+        "adcx %[r2], %[r2]\n"
+        "adox %[low], %[r2]\n"
+        "mov %[r2], 16(%[c])\n"
+        "adcx %[r3], %[r3]\n"
+        "adox %[high], %[r3]\n"
+        "mov %[r3], 24(%[c])\n"
+        "mov 16(%[a]), %%rdx\n"
+        "mulx %%rdx, %[low], %[high]\n"
+        "adcx %[r4], %[r4]\n"
+        "adox %[low], %[r4]\n"
+        "mov %[r4], 32(%[c])\n"
+        "adcx %[r5], %[r5]\n"
+        "adox %[high], %[r5]\n"
+        "mov %[r5], 40(%[c])\n"
+        "mov 24(%[a]), %%rdx\n"
+        "mulx %%rdx, %[low], %[high]\n"
+        "adcx %[r6], %[r6]\n"
+        "adox %[low], %[r6]\n"
+        "mov %[r6], 48(%[c])\n"
+        "mov $0, %k[low]\n"
+        "adcx %[low], %[high]\n"
+        "adox %[low], %[high]\n"
+        "mov %[high], 56(%[c])\n"
+        : [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4), [r5] "=&r"(r5), [r6] "=&r"(r6),
+          [low] "=&r"(low), [high] "=&r"(high)
+        : [a] "r"(A), [c] "r"(C)
+        : "rdx", "cc", "memory");
+}
