@@ -12,7 +12,7 @@ template <class W>
 inline constexpr BasecaseAlgorithm<W> basecase_algorithm;
 
 // The transforms that are not built yet have no source; their products raise the error of a missing algorithm.
-inline constexpr EngineRung fft_rung{nullptr, 1'572'864, 10, nullptr};
+inline constexpr EngineRung fft_rung{&fft_engine, 1'572'864, 10, nullptr};
 inline constexpr EngineRung ntt32_rung{nullptr, u64{3} << 30, 23, &fft_rung};
 inline constexpr EngineRung ntt64_rung{&ntt64_engine, u64{7} << 59, 40, &ntt32_rung};
 
