@@ -18,6 +18,7 @@ namespace {
 const KernelTable& active_kernels() {
     switch (kernels::active_levels().vector) {
         case kernels::VectorLevel::scalar: return ntt32_scalar;
+        case kernels::VectorLevel::avx512ifma: return ntt32_avx512ifma;
         default: return ntt32_avx2;
     }
 }

@@ -12,9 +12,9 @@ namespace {
 using u8 = std::uint8_t;
 using u32 = std::uint32_t;
 using u64 = std::uint64_t;
+// clang-format off
 #include "multiply/ntt32/roots.inl"
 #include "multiply/ntt32/vec_avx2.inl"
-// clang-format off: the order matters
 #include "multiply/ntt32/montgomery.inl"
 // clang-format on
 }  // namespace

@@ -203,6 +203,8 @@ struct LaneOps {
     const Constants c;
     AI V plus(V x, V y) const { return add(x, y, c); }
     AI V minus(V x, V y) const { return sub(x, y, c); }
+    AI V minus_far(V x, V y) const { return sub(x, y, c); }
+    AI V negated(V x) const { return sub(set32(0), x, c); }
     AI V times(V x, const Factor& f) const { return mul(x, f, c); }
 };
 

@@ -84,7 +84,7 @@ AI void radix_butterfly(const Ops& o, const typename Ops::Constant* f, Value* x)
         x[1] = o.plus(e1, o1);
         x[4] = o.minus(e1, o1);
         x[2] = o.plus(e2, o2);
-        x[3] = o.minus(e2, o2);
+        x[3] = o.minus_far(e2, o2);
     } else if constexpr (radix == 7) {
         const Value t1 = o.plus(x[1], x[6]), u1 = o.minus(x[1], x[6]);
         const Value t2 = o.plus(x[2], x[5]), u2 = o.minus(x[2], x[5]);
@@ -100,7 +100,7 @@ AI void radix_butterfly(const Ops& o, const typename Ops::Constant* f, Value* x)
         x[6] = o.minus(e1, o1);
         x[2] = o.plus(e2, o2);
         x[5] = o.minus(e2, o2);
-        x[3] = o.minus(e3, o3);
+        x[3] = o.minus_far(e3, o3);
         x[4] = o.plus(e3, o3);
     }
 }
@@ -111,7 +111,7 @@ template <class Ops, class Value = typename Ops::Value>
 AI Value convolve3(const Ops& o, const typename Ops::Constant* f, Value x1, Value x2, Value x3, Value& r1, Value& r2,
                    Value& r3) {
     const Value sum = o.plus(o.plus(x1, x2), x3), mean = o.times(sum, f[0]);
-    const Value a = o.minus(x1, x3), b = o.minus(x2, x3);
+    const Value a = o.minus_far(x1, x3), b = o.minus_far(x2, x3);
     const Value m = o.times(o.plus(a, b), f[1]);
     const Value d1 = o.plus(o.times(a, f[2]), m), d2 = o.plus(o.times(b, f[3]), m);
     r1 = o.plus(mean, d1);
@@ -122,6 +122,5 @@ AI Value convolve3(const Ops& o, const typename Ops::Constant* f, Value x1, Valu
 
 template <unsigned radix, class Ops, class Value = typename Ops::Value>
 AI void negate_odd(const Ops& o, Value* x) {
-    const Value zero = o.minus(x[0], x[0]);
-    for (unsigned y = 1; y < radix; y += 2) x[y] = o.minus(zero, x[y]);
+    for (unsigned y = 1; y < radix; y += 2) x[y] = o.negated(x[y]);
 }

@@ -1,0 +1,29 @@
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "multiply/ntt32/kernels.h"
+
+#define AI [[gnu::always_inline]] inline
+
+namespace kvt::multiply::ntt32 {
+namespace {
+using u8 = std::uint8_t;
+using u32 = std::uint32_t;
+using u64 = std::uint64_t;
+// clang-format off
+#include "multiply/ntt32/roots.inl"
+#include "multiply/ntt32/ifma.inl"
+#include "multiply/ntt32/ifma_leaves.inl"
+#include "multiply/ntt32/ifma_ends.inl"
+#include "multiply/ntt32/ifma_stages.inl"
+// clang-format on
+}  // namespace
+
+constinit const KernelTable ntt32_avx512ifma{"avx512ifma",  r_bits,         {0, 0, 0, 0, 0, 1, 1, 1, 2, 2},
+                                             top_forward,   top_inverse,    block_forward,
+                                             block_inverse, block_multiply, block_product,
+                                             join,          add_streams};
+
+}  // namespace kvt::multiply::ntt32
