@@ -27,10 +27,11 @@ struct Shape {
     bool negacyclic;
     std::uint64_t pitch;  // distance of rows, in 32-bit words
 
-    constexpr unsigned depth() const { return exponent - block_log; }
-    constexpr std::uint64_t rows() const { return std::uint64_t{radix} << depth(); }
-    constexpr std::uint64_t points() const { return std::uint64_t{radix} << exponent; }
-    constexpr std::uint64_t point_bytes() const { return 2 * (primes - 1); }
+    // Inlined even without optimisation: files for one instruction set must not define them.
+    [[gnu::always_inline]] constexpr unsigned depth() const { return exponent - block_log; }
+    [[gnu::always_inline]] constexpr std::uint64_t rows() const { return std::uint64_t{radix} << depth(); }
+    [[gnu::always_inline]] constexpr std::uint64_t points() const { return std::uint64_t{radix} << exponent; }
+    [[gnu::always_inline]] constexpr std::uint64_t point_bytes() const { return 2 * (primes - 1); }
 };
 
 // Joins residues: the digits of a coefficient are its bits in portions of point_bytes bytes.
