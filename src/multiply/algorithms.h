@@ -12,9 +12,9 @@ template <class W>
 inline constexpr BasecaseAlgorithm<W> basecase_algorithm;
 
 // The transforms that are not built yet have no source; their products raise the error of a missing algorithm.
-inline constexpr EngineRung fft_rung{&fft_engine, 1'572'864, 10, nullptr};
-inline constexpr EngineRung ntt32_rung{nullptr, u64{3} << 30, 23, &fft_rung};
-inline constexpr EngineRung ntt64_rung{&ntt64_engine, u64{7} << 59, 40, &ntt32_rung};
+inline constexpr EngineRung fft_rung{&fft_engine, 1'572'864, 2700, 350, nullptr};
+inline constexpr EngineRung ntt32_rung{nullptr, u64{3} << 30, 8000, 150, &fft_rung};
+inline constexpr EngineRung ntt64_rung{&ntt64_engine, u64{7} << 59, 16000, 300, &ntt32_rung};
 
 template <class W>
 inline constexpr EngineAlgorithm<W> fft_algorithm{"FFT", "Floating-Point FFT", u64{1} << 34, fft_rung};

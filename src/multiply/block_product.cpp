@@ -1,11 +1,11 @@
 #include "multiply/block_product.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "kernels/linear.h"
 #include "kernels/residue61.h"
+#include "multiply/cost.h"
 #include "multiply/transform_checks.h"
 
 namespace kvt::multiply {
@@ -18,11 +18,6 @@ const EngineRung& rung_for(const EngineRung& longest, u64 bits) {
     return *rung;
 }
 
-// Time of one transform, in units that all rungs share.
-u64 transform_cost(const EngineRung& rung, const TransformPlan& plan) {
-    return rung.cost * plan.operand_bytes * (8 + std::bit_width(plan.points));
-}
-
 // Room for LB words wherever the scratch starts.
 template <class W>
 u64 overlap_bytes(u64 LB) {
@@ -32,22 +27,19 @@ u64 overlap_bytes(u64 LB) {
 }  // namespace
 
 template <class W>
-BlockPlan plan_blocks(const EngineRung& rung, const TransformPlan& whole, u64 LA, u64 LB, u64 scratch_bytes,
-                      u64 tasks) {
+BlockPlan plan_blocks(const EngineRung& rung, u64 LA, u64 LB, u64 least, u64 scratch_bytes, u64 tasks) {
     BlockPlan best;
-    // The whole product: two transforms forward, one back, in tenths of a transform. Separate steps of a block cost
-    // about a tenth more than a one-shot product, and its words are added to the one before it.
-    u64 least = 30 * transform_cost(rung, whole);
     for (u64 blocks = 2; LA / blocks >= LB; blocks += (blocks + 1) / 2) {
         const u64 words = (LA + blocks - 1) / blocks;
         const u64 bits = (words + LB) * word_bits<W>;
         const EngineRung& block_rung = rung_for(rung, bits);
         const TransformEngine& engine = block_rung.source();
         const TransformPlan plan = engine.plan(bits);
-        const u64 cost = (10 + 22 * blocks) * transform_cost(block_rung, plan);
+        const TransformCost cost = transform_cost(block_rung, plan);
+        const u64 sum = cost.forward + blocks * cost.kept_product;
         const u64 needed = kept_scratch_bytes(plan, useful_tasks(tasks, bits)) + overlap_bytes<W>(LB);
-        if (cost >= least || needed > scratch_bytes) continue;
-        least = cost;
+        if (sum >= least || needed > scratch_bytes) continue;
+        least = sum;
         best = {&engine, plan, words, needed};
     }
     return best;
@@ -81,8 +73,8 @@ void multiply_blocks(const BlockPlan& plan, const GlobalTwiddleTable& table, W* 
     }
 }
 
-template BlockPlan plan_blocks<u32>(const EngineRung&, const TransformPlan&, u64, u64, u64, u64);
-template BlockPlan plan_blocks<u64>(const EngineRung&, const TransformPlan&, u64, u64, u64, u64);
+template BlockPlan plan_blocks<u32>(const EngineRung&, u64, u64, u64, u64, u64);
+template BlockPlan plan_blocks<u64>(const EngineRung&, u64, u64, u64, u64, u64);
 template void multiply_blocks(const BlockPlan&, const GlobalTwiddleTable&, u32*, const u32*, u64, const u32*, u64,
                               u8*, u64);
 template void multiply_blocks(const BlockPlan&, const GlobalTwiddleTable&, u64*, const u64*, u64, const u64*, u64,

@@ -7,16 +7,16 @@
 namespace kvt::multiply {
 
 struct BlockPlan {
-    const TransformEngine* engine = nullptr;  // null: one transform of the whole product is better
+    const TransformEngine* engine = nullptr;  // null: nothing costs less
     TransformPlan transform;
     u64 block_words = 0;  // of the longer operand
     u64 scratch_bytes = 0;
 };
 
-// Cuts LA words against LB <= LA, for scratch of so many bytes. whole is the plan of the whole product.
+// The cheapest way to cut LA words against LB <= LA, if it costs less than `least` (multiply/cost.h) and fits so many
+// bytes of scratch.
 template <class W>
-BlockPlan plan_blocks(const EngineRung& rung, const TransformPlan& whole, u64 LA, u64 LB, u64 scratch_bytes,
-                      u64 tasks);
+BlockPlan plan_blocks(const EngineRung& rung, u64 LA, u64 LB, u64 least, u64 scratch_bytes, u64 tasks);
 
 // C[0..LA+LB) = A * B.   memory [plan.scratch_bytes]; C overlaps neither operand nor memory.
 template <class W>

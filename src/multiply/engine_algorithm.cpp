@@ -1,20 +1,18 @@
 #include "multiply/engine_algorithm.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "frame/exceptions.h"
-#include "kernels/schoolbook.h"
+#include "kernels/direct.h"
 #include "multiply/block_product.h"
+#include "multiply/cost.h"
 #include "multiply/transform_checks.h"
 #include "multiply/twiddle_table.h"
 
 namespace kvt::multiply {
 namespace {
-
-// Rows: the longest shorter operand for which a direct product beats every transform.
-template <class W>
-constexpr u64 row_words = 16 * 64 / word_bits<W>;
 
 // One product, its operands in order of length, and the part of it that is kept.
 template <class W>
@@ -35,40 +33,59 @@ struct Job {
     bool overlaps(const W* X, u64 L) const { return C < X + L && X < C + count; }
 };
 
-// Runs form(C', memory', memory_bytes'), which forms the whole product at C': in C itself, or in the last bytes of
-// the scratch when only a window is wanted or C overlaps the operands. False: no room for that.
-template <class W, class Form>
-bool form_whole(const Job<W>& job, u8* memory, u64 scratch_bytes, Form&& form) {
-    if (job.writes_in_place()) return form(job.C, memory, scratch_bytes);
-    const u64 bytes = job.length() * sizeof(W);
+// Where a way that writes whole products puts them: C itself, or the last bytes of the scratch when only a window is
+// wanted or C overlaps the operands. C is null when there is no room.
+template <class W>
+struct Place {
+    W* C;
+    u64 scratch_bytes;  // what is left of the scratch
+};
+
+template <class W>
+Place<W> place_of(const Job<W>& job, u8* memory, u64 scratch_bytes) {
+    if (job.writes_in_place()) return {job.C, scratch_bytes};
     u8* end = memory + scratch_bytes;
     end -= reinterpret_cast<std::uintptr_t>(end) % alignof(W);
-    if (static_cast<u64>(end - memory) < bytes) return false;
-    W* whole = reinterpret_cast<W*>(end - bytes);
-    if (!form(whole, memory, static_cast<u64>(end - memory) - bytes)) return false;
-    std::memcpy(job.C, whole + job.first, job.count * sizeof(W));
+    const u64 present = static_cast<u64>(end - memory), bytes = job.length() * sizeof(W);
+    if (present < bytes) return {nullptr, 0};
+    return {reinterpret_cast<W*>(end - bytes), present - bytes};
+}
+
+// A direct product's cost, or the largest number when it lacks scratch.
+template <class W>
+u64 direct_cost_of(const Job<W>& job, u64 scratch_bytes) {
+    constexpr u64 halves = 8 / sizeof(W);
+    const bool square = job.B == nullptr;
+    const u64 cost = direct_cost((job.LA + halves - 1) / halves, (job.LB + halves - 1) / halves, square);
+    const u64 needed = square ? kernels::direct_square_scratch_bytes<W>(job.LA)
+                              : kernels::direct_multiply_scratch_bytes<W>(job.LA, job.LB);
+    return needed <= scratch_bytes ? cost : ~u64{0};
+}
+
+// Forms the product directly or in blocks if that is cheaper than one transform; false: it is not.
+template <class W>
+bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& whole, const GlobalTwiddleTable& table,
+                                 const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
+    const Place<W> place = place_of(job, memory, scratch_bytes);
+    if (place.C == nullptr) return false;
+    const TransformCost transform = transform_cost(rung, whole);
+    const u64 transformed = job.B == nullptr ? transform.square : transform.product;
+    const u64 direct = direct_cost_of(job, place.scratch_bytes);
+    const u64 least = std::min(direct, transformed);
+    BlockPlan blocks;
+    if (job.B != nullptr && job.LA / 2 >= job.LB)
+        blocks = plan_blocks<W>(rung, job.LA, job.LB, least, place.scratch_bytes, tasks);
+
+    if (blocks.engine != nullptr)
+        multiply_blocks(blocks, table, place.C, job.A, job.LA, job.B, job.LB, memory, tasks);
+    else if (direct > least)
+        return false;
+    else if (job.B == nullptr)
+        kernels::direct_square(place.C, job.A, job.LA, memory);
+    else
+        kernels::direct_multiply(place.C, job.A, job.LA, job.B, job.LB, memory);
+    if (place.C != job.C) std::memcpy(job.C, place.C + job.first, job.count * sizeof(W));
     return true;
-}
-
-template <class W>
-bool run_rows(const Job<W>& job, u8* memory, u64 scratch_bytes) {
-    if (job.B == nullptr || job.LB > row_words<W>) return false;
-    return form_whole(job, memory, scratch_bytes, [&](W* C, u8*, u64) {
-        kernels::mulB(C, job.A, job.LA, job.B, job.LB);
-        return true;
-    });
-}
-
-template <class W>
-bool run_blocks(const EngineRung& rung, const TransformPlan& whole, const GlobalTwiddleTable& table,
-                const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
-    if (job.B == nullptr || job.LA / 2 < job.LB) return false;
-    return form_whole(job, memory, scratch_bytes, [&](W* C, u8* rest, u64 rest_bytes) {
-        const BlockPlan plan = plan_blocks<W>(rung, whole, job.LA, job.LB, rest_bytes, tasks);
-        if (plan.engine == nullptr) return false;
-        multiply_blocks(plan, table, C, job.A, job.LA, job.B, job.LB, rest, tasks);
-        return true;
-    });
 }
 
 template <class W>
@@ -87,8 +104,7 @@ void run(const EngineRung& rung, const TransformEngine& engine, const BasicParam
         std::swap(job.LA, job.LB);
     }
     u8* memory = static_cast<u8*>(params.memory);
-    if (run_rows(job, memory, scratch_bytes)) return;
-    if (run_blocks(rung, plan, table, job, memory, scratch_bytes, tasks)) return;
+    if (run_without_whole_transform(rung, plan, table, job, memory, scratch_bytes, tasks)) return;
     u8* work = memory + plan.operand_bytes;
     const Residue residue = engine.forward(plan, table, operand_of(job.A, job.LA), memory, work, tasks);
     engine.product(plan, table, memory, residue, operand_of(job.B, job.B == nullptr ? 0 : job.LB),

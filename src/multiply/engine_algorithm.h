@@ -1,7 +1,7 @@
 #pragma once
 // A multiplication algorithm over a transform engine. Before the first write it checks the table, then the scratch;
-// then it picks one of three ways that give the same words: one transform of the whole product, blocks of the longer
-// operand against one transform of the shorter one, or rows of a direct product when the shorter one is very short.
+// then it picks the cheapest of three ways that give the same words: a direct product, blocks of the longer operand
+// against one transform of the shorter one, or one transform of the whole product.
 
 #include "multiply/algorithm.h"
 #include "multiply/engine.h"
@@ -15,7 +15,7 @@ using EngineSource = const TransformEngine& (*)() noexcept;
 struct EngineRung {
     EngineSource source;
     u64 block_bits;             // blocks of up to this many bits are best formed by it
-    u64 cost;                   // of a byte of transformed operand, relative to the others
+    u64 base_cost, level_cost;  // of a product, in picoseconds for 8 bytes of operand: base + level * log2(points)
     const EngineRung* shorter;  // the next lower rung, or null
 };
 

@@ -5,6 +5,7 @@
 
 #include "frame/exceptions.h"
 #include "multiply/block_product.h"
+#include "multiply/cost.h"
 #include "multiply/product_support.h"
 #include "multiply/slow_engine.h"
 #include "multiply/transform_checks.h"
@@ -22,8 +23,8 @@ const TransformEngine& long_engine() noexcept {
     static const SlowEngine engine(1, 2048);
     return engine;
 }
-constexpr EngineRung short_rung{&short_engine, 64 * 100, 10, nullptr};
-constexpr EngineRung long_rung{&long_engine, 64 * 100'000, 20, &short_rung};
+constexpr EngineRung short_rung{&short_engine, 64 * 100, 200, 20, nullptr};
+constexpr EngineRung long_rung{&long_engine, 64 * 100'000, 400, 40, &short_rung};
 template <class W>
 constexpr EngineAlgorithm<W> algorithm{"slow", "Slow", 1 << 30, long_rung};
 
@@ -115,8 +116,8 @@ TEST(BlockProduct, CarriesRunThroughEveryBlock) {
 
 TEST(BlockProduct, IsChosenForUnbalancedProductsOnly) {
     const auto blocks = [](u64 LA, u64 LB, u64 scratch_bytes) {
-        const TransformPlan whole = long_engine().plan(64 * (LA + LB));
-        return plan_blocks<u64>(long_rung, whole, LA, LB, scratch_bytes, 1);
+        const u64 whole = transform_cost(long_rung, long_engine().plan(64 * (LA + LB))).product;
+        return plan_blocks<u64>(long_rung, LA, LB, whole, scratch_bytes, 1);
     };
     EXPECT_EQ(blocks(1000, 1000, 1 << 30).engine, nullptr);
     EXPECT_EQ(blocks(5000, 50, 100).engine, nullptr) << "blocks need scratch too";
@@ -124,6 +125,7 @@ TEST(BlockProduct, IsChosenForUnbalancedProductsOnly) {
     ASSERT_NE(plan.engine, nullptr);
     EXPECT_EQ(plan.engine, &short_engine()) << "short blocks go to the transform for short products";
     EXPECT_GE(plan.block_words, 20u);
+    EXPECT_EQ(plan_blocks<u64>(long_rung, 5000, 20, 1, 1 << 30, 1).engine, nullptr) << "something else costs less";
 }
 
 TEST(EngineAlgorithm, TheTableIsCheckedBeforeTheScratchAndBothBeforeAnyWrite) {
@@ -166,7 +168,7 @@ TEST(EngineAlgorithm, MisalignedScratchIsWarnedAboutOnceACall) {
 }
 
 TEST(EngineAlgorithm, AMissingEngineIsAMissingAlgorithm) {
-    constexpr static EngineRung nothing{nullptr, 1, 1, nullptr};
+    constexpr static EngineRung nothing{nullptr, 1, 1, 1, nullptr};
     constexpr static EngineAlgorithm<u64> missing{"none", "None", 1 << 30, nothing};
     const u64 A[1] = {1};
     u64 C[2] = {7, 7};

@@ -1,0 +1,50 @@
+#include "multiply/cost.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "kernels/cpu.h"
+
+namespace kvt::multiply {
+namespace {
+
+using kernels::VectorLevel;
+using kernels::WordLevel;
+
+// Transforms are slower, against AVX-512, by this percentage of their time.
+u64 transform_percent(VectorLevel level) noexcept {
+    switch (level) {
+        case VectorLevel::scalar: return 210;
+        case VectorLevel::avx2: return 127;
+        default: return 100;
+    }
+}
+
+u64 saturating_product(u64 a, u64 b) noexcept {
+    const u128 p = u128{a} * b;
+    return p >> 62 != 0 ? u64{1} << 62 : static_cast<u64>(p);
+}
+
+}  // namespace
+
+u64 direct_cost(u64 LA, u64 LB, bool square) noexcept {
+    const auto [vector, word] = kernels::active_levels();
+    const u64 total = LA + LB;
+    if (vector == VectorLevel::avx512ifma) {
+        const u64 product = saturating_product(105 * LB, LA);
+        return (square ? product * 6 / 10 : product) + 700 * total;
+    }
+    // Karatsuba beyond some 40 words of the shorter operand.
+    const u64 column = word == WordLevel::adx ? 400 : 930;
+    const u64 product = saturating_product(column * std::min(LB, 20 + LB / 2), LA);
+    return (square ? product * 65 / 100 : product) + 1000 * total;
+}
+
+TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) noexcept {
+    const u64 per_unit = rung.base_cost + rung.level_cost * static_cast<u64>(std::bit_width(plan.points));
+    const u64 product = saturating_product(plan.operand_bytes / 8, per_unit) / 100 *
+                        transform_percent(kernels::active_levels().vector);
+    return {product, product / 10 * 7, product / 10 * 7, product / 10 * 3};
+}
+
+}  // namespace kvt::multiply
