@@ -14,6 +14,36 @@
 extern "C" {
 #endif
 
+typedef struct BasicInt_c32 BasicInt_c32; /* kvnum/basicint.h */
+typedef struct BasicInt_c64 BasicInt_c64;
+typedef struct BigFloat_c32 BigFloat_c32; /* kvnum/bigfloat.h */
+typedef struct BigFloat_c64 BigFloat_c64;
+typedef struct ExactFloat_c32 ExactFloat_c32; /* kvnum/exactfloat.h */
+typedef struct ExactFloat_c64 ExactFloat_c64;
+
+/* The n words, the lowest at word position exp, modulo 2^61 - 1: the checksum of BasicInt and ExactFloat. */
+static inline uint64_t kvnum_checksum_c32(const uint32_t* words, uint64_t n, int64_t exp) {
+    const uint64_t m = ((uint64_t)1 << 61) - 1;
+    const unsigned turn = (unsigned)((exp % 61 * 32 % 61 + 61) % 61); /* a factor 2^k is a rotation by k mod 61 */
+    uint64_t h = 0;
+    while (n-- > 0) {
+        h = (((h << 32) & m) | (h >> 29)) + words[n];
+        if (h >= m) h -= m;
+    }
+    return ((h << turn) & m) | (h >> (61 - turn));
+}
+static inline uint64_t kvnum_checksum_c64(const uint64_t* words, uint64_t n, int64_t exp) {
+    const uint64_t m = ((uint64_t)1 << 61) - 1;
+    const unsigned turn = (unsigned)((exp % 61 * 64 % 61 + 61) % 61);
+    uint64_t h = 0;
+    while (n-- > 0) {
+        h = (((h << 3) & m) | (h >> 58)) + (words[n] & m) + (words[n] >> 61);
+        h = (h & m) + (h >> 61);
+        if (h >= m) h -= m;
+    }
+    return ((h << turn) & m) | (h >> (61 - turn));
+}
+
 /*   T            the words, least significant first; equals buffer after every set_ call. It may be pointed at other
  *                memory for an operand that is only read
  *   L            words in use; the top one is not zero; 0 means zero
@@ -51,6 +81,18 @@ ExceptionWrapper* BigInt_c64_set_uWs(BigInt_c64* out, const uint64_t* src, uint6
  * Errors: "Buffer is too small." at "BigInt::set_BigInt()".   Source: objects/big_int.cpp */
 ExceptionWrapper* BigInt_c32_set_BigInt(BigInt_c32* out, const BigInt_c32* x);
 ExceptionWrapper* BigInt_c64_set_BigInt(BigInt_c64* out, const BigInt_c64* x);
+
+/* out = x.
+ *   out    [x.L words]
+ * Errors: "Buffer is too small." at "BigInt::set_BasicInt()".   Source: objects/convert.cpp */
+ExceptionWrapper* BigInt_c32_set_BasicInt(BigInt_c32* out, const BasicInt_c32* x);
+ExceptionWrapper* BigInt_c64_set_BasicInt(BigInt_c64* out, const BasicInt_c64* x);
+
+/* out = the integer part of x, rounded towards zero.
+ *   out    [max(x.L, x.exp + x.L) words]; only x.L is checked: a value with a positive exponent writes more
+ * Errors: "Buffer is too small." at "BigInt::set_BigFloat()".   Source: objects/convert.cpp */
+ExceptionWrapper* BigInt_c32_set_BigFloat(BigInt_c32* out, const BigFloat_c32* x);
+ExceptionWrapper* BigInt_c64_set_BigFloat(BigInt_c64* out, const BigFloat_c64* x);
 
 /* Prints sign, L, buffer_size and the words (the five top ones from 20 words on) on the console.
  * Source: objects/big_int.cpp */

@@ -2,7 +2,10 @@
 #define KVNUM_KVNUM_H
 /* kvnum: multi-precision arithmetic. The whole C interface; each family has a header of its own. */
 
+#include "kvnum/basicint.h"
+#include "kvnum/bigfloat.h"
 #include "kvnum/bigint.h"
+#include "kvnum/exactfloat.h"
 #include "kvnum/frame.h"
 #include "kvnum/kernels.h"
 #include "kvnum/multiply.h"

@@ -1,9 +1,11 @@
 // Exports of BigInt.
 
 #include "frame/export_guard.h"
-#include "objects/big_int.h"
+#include "objects/convert.h"
 
 using namespace kvt;
+using objects::BasicInt;
+using objects::BigFloat;
 using objects::BigInt;
 
 extern "C" {
@@ -16,6 +18,12 @@ KVNUM_EXPORT ExceptionWrapper* BigInt_c32_set_uWs(BigInt<u32>* out, const u32* s
 }
 KVNUM_EXPORT ExceptionWrapper* BigInt_c32_set_BigInt(BigInt<u32>* out, const BigInt<u32>* x) noexcept {
     return guarded([&] { objects::set_BigInt(*out, *x); });
+}
+KVNUM_EXPORT ExceptionWrapper* BigInt_c32_set_BasicInt(BigInt<u32>* out, const BasicInt<u32>* x) noexcept {
+    return guarded([&] { objects::set_BasicInt(*out, *x); });
+}
+KVNUM_EXPORT ExceptionWrapper* BigInt_c32_set_BigFloat(BigInt<u32>* out, const BigFloat<u32>* x) noexcept {
+    return guarded([&] { objects::set_BigFloat(*out, *x); });
 }
 KVNUM_EXPORT ExceptionWrapper* BigInt_c32_print(const BigInt<u32>* x) noexcept {
     return guarded([&] { objects::print(*x); });
@@ -62,6 +70,12 @@ KVNUM_EXPORT ExceptionWrapper* BigInt_c64_set_uWs(BigInt<u64>* out, const u64* s
 }
 KVNUM_EXPORT ExceptionWrapper* BigInt_c64_set_BigInt(BigInt<u64>* out, const BigInt<u64>* x) noexcept {
     return guarded([&] { objects::set_BigInt(*out, *x); });
+}
+KVNUM_EXPORT ExceptionWrapper* BigInt_c64_set_BasicInt(BigInt<u64>* out, const BasicInt<u64>* x) noexcept {
+    return guarded([&] { objects::set_BasicInt(*out, *x); });
+}
+KVNUM_EXPORT ExceptionWrapper* BigInt_c64_set_BigFloat(BigInt<u64>* out, const BigFloat<u64>* x) noexcept {
+    return guarded([&] { objects::set_BigFloat(*out, *x); });
 }
 KVNUM_EXPORT ExceptionWrapper* BigInt_c64_print(const BigInt<u64>* x) noexcept {
     return guarded([&] { objects::print(*x); });

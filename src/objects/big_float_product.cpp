@@ -11,11 +11,11 @@
 #include "frame/exceptions.h"
 #include "frame/fatal.h"
 #include "frame/format.h"
-#include "multiply/twiddle_table.h"
 #include "objects/big_float.h"
 #include "objects/big_float_parts.h"
 #include "objects/inverse_product.h"
 #include "objects/products.h"
+#include "objects/shared_factor.h"
 #include "objects/words.h"
 
 namespace kvt::objects {
@@ -101,14 +101,6 @@ void multiply_top(BigFloat<W>& out, const BasicParameters& params, const BigFloa
     });
 }
 
-// Two products A*B and B*C share B's transform where that is fewer transforms of the same length: five of the longer
-// length against three of each.
-constexpr u64 shortest_shared_words = 128;
-bool sharing_pays(u64 LA, u64 LB, u64 LC) noexcept {
-    return std::min({LA, LB, LC}) >= shortest_shared_words && std::max({LA, LB, LC}) <= 2 * std::min({LA, LB, LC}) &&
-           5 * std::max(LA + LB, LB + LC) <= 3 * (LA + LB + LB + LC);
-}
-
 }  // namespace
 
 template <class W>
@@ -142,16 +134,9 @@ void set_mul_ip(BigFloat<W>& x, const BasicParameters& params, const BigFloat<W>
 template <class W>
 void set_mul_AB_BC(BigFloat<W>& out_AB, BigFloat<W>& out_BC, const BasicParameters& params, const BigFloat<W>& A,
                    const BigFloat<W>& B, const BigFloat<W>& C, u64 p) {
-    using multiply::TransformHelper;
     const u64 limit = kept_words(p);
     const BigFloat<W> a = top_words(A, limit), b = top_words(B, limit), c = top_words(C, limit);
-    const u64 n = b.L + std::max(a.L, c.L);
-    const bool shared = sharing_pays(a.L, b.L, c.L) && [&] {
-        const auto needs = TransformHelper<W>::needs(n, params.tasks);
-        return needs.scratch_bytes <= params.memory_bytes && params.table != nullptr &&
-               needs.table_bits <= params.table->covered;
-    }();
-    if (!shared) {
+    if (!shares_factor<W>(params, a.L, b.L, c.L)) {
         require_capacity(out_BC.buffer_size, b.L == 0 || c.L == 0 ? 0 : std::min(b.L + c.L, limit),
                          "BigFloat::set_mul()");
         set_mul(out_AB, params, A, B, p);
@@ -160,7 +145,7 @@ void set_mul_AB_BC(BigFloat<W>& out_AB, BigFloat<W>& out_BC, const BasicParamete
     }
     require_capacity(out_AB.buffer_size, std::min(a.L + b.L, limit), "BigFloat::set_mul()");
     require_capacity(out_BC.buffer_size, std::min(b.L + c.L, limit), "BigFloat::set_mul()");
-    const TransformHelper<W> helper(params, n);
+    const multiply::TransformHelper<W> helper(params, b.L + std::max(a.L, c.L));
     const auto factor = helper.forward_first(b.T, b.L);
     auto multiply_by = [&](BigFloat<W>& out, const BigFloat<W>& x) {
         auto other = helper.forward_second(x.T, x.L);

@@ -3,6 +3,7 @@
 
 #include "multiply/transform_helper.h"
 #include "objects/big_float.h"
+#include "objects/exact_float.h"
 
 namespace kvt::objects {
 
@@ -35,5 +36,20 @@ TransformedFloat<W> transform_second(const multiply::TransformHelper<W>& helper,
 template <class W>
 void set_inverse_fmul(BigFloat<W>& out, const multiply::TransformHelper<W>& helper, TransformedFloat<W>& a,
                       const TransformedFloat<W>& b, i64 ie, i64 te);
+
+// An ExactFloat's transform.
+template <class W>
+struct TransformedExact {
+    multiply::TransformedOperand<W> words;
+    i64 exp;
+    u64 hash;
+};
+
+// out = a * b, whole. a is destroyed, b is kept; b may be a.
+//   out      [words of both] ("ExactFloat::set_inverse_fmul()")
+// Ends the process when the transforms do not belong to helper, or when the product does not fit in it.
+template <class W>
+void set_inverse_fmul(ExactFloat<W>& out, const multiply::TransformHelper<W>& helper, TransformedExact<W>& a,
+                      const TransformedExact<W>& b);
 
 }  // namespace kvt::objects

@@ -5,9 +5,11 @@
 
 #include <vector>
 
+#include "objects/basic_int.h"
 #include "objects/big_float.h"
 #include "objects/big_int.h"
 #include "objects/dyadic.h"
+#include "objects/exact_float.h"
 #include "support/fenced.h"
 #include "support/operands.h"
 
@@ -67,6 +69,63 @@ class OwnedBigFloat {
     Dyadic exact() const { return test::exact(value); }
 
     objects::BigFloat<W> value;
+
+  private:
+    FencedWords<W> memory_;
+    Rng garbage_{1};
+};
+
+template <class W>
+class OwnedExactFloat {
+  public:
+    explicit OwnedExactFloat(u64 capacity) : memory_(capacity) {
+        fill(Pattern::alternating, memory_.data(), capacity, garbage_);
+        value = {memory_.data(), 0, 0, 0, memory_.data(), capacity};
+    }
+    OwnedExactFloat(const std::vector<W>& words, i64 exp, u64 capacity = 0)
+        : OwnedExactFloat(std::max<u64>(capacity, words.size())) {
+        std::copy(words.begin(), words.end(), memory_.begin());
+        value.L = words.size();
+        while (value.L > 0 && value.T[value.L - 1] == 0) --value.L;
+        value.exp = exp;
+        value.hash = checksum(value);
+    }
+    objects::ExactFloat<W>& operator*() { return value; }
+    const objects::ExactFloat<W>& operator*() const { return value; }
+    objects::ExactFloat<W>* operator->() { return &value; }
+    const objects::ExactFloat<W>* operator->() const { return &value; }
+    Dyadic exact() const { return Dyadic::of(value.T, value.L, value.exp); }
+    bool sound() const { return value.hash == checksum(value); }
+
+    objects::ExactFloat<W> value;
+
+  private:
+    FencedWords<W> memory_;
+    Rng garbage_{1};
+};
+
+template <class W>
+class OwnedBasicInt {
+  public:
+    explicit OwnedBasicInt(u64 capacity) : memory_(capacity) {
+        fill(Pattern::alternating, memory_.data(), capacity, garbage_);
+        value = {memory_.data(), 0, 0, capacity};
+    }
+    explicit OwnedBasicInt(const std::vector<W>& words, u64 capacity = 0)
+        : OwnedBasicInt(std::max<u64>(capacity, words.size())) {
+        std::copy(words.begin(), words.end(), memory_.begin());
+        value.L = words.size();
+        while (value.L > 0 && value.T[value.L - 1] == 0) --value.L;
+        value.hash = checksum(value);
+    }
+    objects::BasicInt<W>& operator*() { return value; }
+    const objects::BasicInt<W>& operator*() const { return value; }
+    objects::BasicInt<W>* operator->() { return &value; }
+    const objects::BasicInt<W>* operator->() const { return &value; }
+    Dyadic exact() const { return Dyadic::of(value.T, value.L); }
+    bool sound() const { return value.hash == checksum(value) && (value.L == 0 || value.T[value.L - 1] != 0); }
+
+    objects::BasicInt<W> value;
 
   private:
     FencedWords<W> memory_;
