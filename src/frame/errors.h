@@ -18,6 +18,8 @@ inline constexpr i32 parse = 7;
 inline constexpr i32 threshold_table = 8;
 inline constexpr i32 text_order = 9;
 inline constexpr i32 divide_by_zero = -3;
+inline constexpr i32 radix_base = -3;
+inline constexpr i32 radix_overlap = 0x10000002;
 inline constexpr i32 no_algorithm = -4;
 
 // Titles: the kind of an error, printed in its header line.
