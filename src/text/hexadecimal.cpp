@@ -1,10 +1,12 @@
 #include "text/hexadecimal.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
 #include "frame/exceptions.h"
 #include "frame/format.h"
+#include "objects/big_float_parts.h"
 #include "objects/words.h"
 #include "text/float_string.h"
 
@@ -102,6 +104,22 @@ char* to_string_hex(char* buffer, const objects::BigInt<W>& x) {
 }
 
 template <class W>
+char* to_string_hex(char* buffer, const objects::BigFloat<W>& x, u64 d) {
+    if (x.L == 0) {
+        std::memcpy(buffer, "0.", 3);
+        return buffer;
+    }
+    d = std::max<u64>(d, 1);
+    const objects::BigFloat<W> top = objects::top_words(x, d / hex_digits<W> + 2);
+    char* digits = buffer + FloatString::headroom;
+    write_digits(digits, top.T, top.L);
+    const i64 exponent = top.exp * static_cast<i64>(hex_digits<W>);
+    FloatString string{digits, hex_digits<W> * top.L, exponent, x.sign, buffer, to_string_hex_float_bytes<W>(d)};
+    if (!string.format_fixed(d)) string.format_sci(d, " *16^ ");
+    return string.finished();
+}
+
+template <class W>
 void set_string_hex(objects::BigInt<W>& out, const char* text, u64 chars) {
     const Digits digits = parse(text, chars, "BigInt::set_string_hex()");
     const u64 L = set_string_hex_words<W>(digits.count);
@@ -115,6 +133,8 @@ void set_string_hex(objects::BigInt<W>& out, const char* text, u64 chars) {
 
 template char* to_string_hex(char*, const objects::BigInt<u32>&);
 template char* to_string_hex(char*, const objects::BigInt<u64>&);
+template char* to_string_hex(char*, const objects::BigFloat<u32>&, u64);
+template char* to_string_hex(char*, const objects::BigFloat<u64>&, u64);
 template void set_string_hex(objects::BigInt<u32>&, const char*, u64);
 template void set_string_hex(objects::BigInt<u64>&, const char*, u64);
 

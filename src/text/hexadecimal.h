@@ -1,6 +1,7 @@
 #pragma once
 // Hexadecimal text of numbers, both ways. See docs/text.md.
 
+#include "objects/big_float.h"
 #include "objects/big_int.h"
 
 namespace kvt::text {
@@ -18,6 +19,14 @@ constexpr u64 to_string_hex_bytes(u64 L) noexcept {
 // Writes into buffer; returns the first character of the text, which is zero-terminated.
 template <class W>
 char* to_string_hex(char* buffer, const objects::BigInt<W>& x);
+
+// The same for d significant digits of a float (0 counts as 1), which are truncated.
+template <class W>
+constexpr u64 to_string_hex_float_bytes(u64 d) noexcept {
+    return 6 + d / hex_digits<W> * hex_digits<W> + (sizeof(W) == 8 ? 58 : 42);
+}
+template <class W>
+char* to_string_hex(char* buffer, const objects::BigFloat<W>& x, u64 d);
 
 // Words that set_string_hex needs for a text of that many characters.
 template <class W>

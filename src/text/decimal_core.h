@@ -1,0 +1,24 @@
+#pragma once
+// The scaling conversion behind the decimal text of both number classes.
+
+#include "frame/parameters.h"
+#include "objects/big_float.h"
+#include "text/float_string.h"
+
+namespace kvt::text {
+
+// The scratch of a conversion at precision p to n digit words. Three stages share the same memory:
+//   powers    S [p + 3], temporaries of the power and its reciprocal [2p + 9], products
+//   scaling   y [p + 2], one product
+//   digits    y [p + 2], digit words [n], the radix conversion
+template <class W>
+u64 decimal_core_bytes(u64 p, u64 n, u64 tasks);
+
+// Writes the digits of x (not zero) into buffer [capacity bytes] behind the head room: those of the integer part of
+// y = x / 10^k, 0.5 <= y < 10 (or of x itself where it has no more than one word above the point), then n digit words
+// of its fraction. p is the precision in words of the scaling.
+template <class W>
+FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u64 capacity,
+                                 const objects::BigFloat<W>& x, u64 p, u64 n);
+
+}  // namespace kvt::text

@@ -1,0 +1,70 @@
+#include "text/digits.h"
+
+#include <cstring>
+
+namespace kvt::text {
+namespace {
+
+constexpr u64 zeros = 0x3030303030303030;
+
+// The eight digits of value < 10^8 as bytes 0..9, first digit in the lowest byte: halves, then hundreds, then tens,
+// all in one register by multiplication with scaled inverses (10486 / 2^20 = 1/100, 103 / 2^10 = 1/10 in range).
+u64 eight_digits(u32 value) noexcept {
+    const u64 fours = value / 10000 | static_cast<u64>(value % 10000) << 32;
+    const u64 hundreds = (fours * 10486 >> 20) & 0x0000007f0000007f;
+    const u64 twos = (fours - 100 * hundreds) << 16 | hundreds;
+    const u64 tens = (twos * 103 >> 10) & 0x000f000f000f000f;
+    return (twos - 10 * tens) << 8 | tens;
+}
+
+void write_eight(char* out, u32 value) noexcept {
+    const u64 characters = eight_digits(value) + zeros;
+    std::memcpy(out, &characters, 8);
+}
+
+// Eight characters; any byte that is no digit makes ok false (Mula, SIMD-ized digit checks, 2018).
+u64 read_eight(const char* text, bool& ok) noexcept {
+    u64 v;
+    std::memcpy(&v, text, 8);
+    ok &= ((v & 0xf0f0f0f0f0f0f0f0) | ((v + 0x0606060606060606) & 0xf0f0f0f0f0f0f0f0) >> 4) == 0x3333333333333333;
+    v &= 0x0f0f0f0f0f0f0f0f;
+    v = (v * (10 * 256 + 1) >> 8) & 0x00ff00ff00ff00ff;
+    v = (v * (100 * 65536 + 1) >> 16) & 0x0000ffff0000ffff;
+    return v * (u64{10000} << 32 | 1) >> 32;
+}
+
+}  // namespace
+
+void write_digits(char* out, u64 value, unsigned count) noexcept {
+    unsigned left = count;
+    for (; left >= 8; left -= 8) {
+        write_eight(out + left - 8, static_cast<u32>(value % 100000000));
+        value /= 100000000;
+    }
+    for (; left > 0; --left) {
+        out[left - 1] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+}
+
+char* write_digits_before(char* end, u64 value) noexcept {
+    do {
+        *--end = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    return end;
+}
+
+u64 read_digits(const char* text, unsigned count, bool& ok) noexcept {
+    u64 value = 0;
+    unsigned i = 0;
+    for (; i < count % 8; ++i) {
+        const unsigned digit = static_cast<unsigned char>(text[i]) - unsigned{'0'};
+        ok &= digit <= 9;
+        value = 10 * value + digit;
+    }
+    for (; i < count; i += 8) value = 100000000 * value + read_eight(text + i, ok);
+    return value;
+}
+
+}  // namespace kvt::text

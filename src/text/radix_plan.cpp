@@ -1,0 +1,110 @@
+#include "text/radix_plan.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "frame/fatal.h"
+#include "multiply/thresholds.h"
+
+namespace kvt::text {
+namespace {
+
+// Blocks of fewer digit words than twice this are converted by repeated multiplication.
+constexpr u64 smallest_bottom = 24;
+
+// The lowest levels always run in one task.
+constexpr u64 sequential_levels = 8;
+
+// Words that the products of a level must hold without wrapping into what is kept.
+template <class W>
+u64 block_words(const RadixPlan<W>& plan, u64 s) {
+    const double half = static_cast<double>(s);
+    if (plan.direction == Direction::write) return plan.fraction_words(2 * s) + 8;
+    return static_cast<u64>(half * (plan.words_per_digit + plan.words_per_odd)) + 4;
+}
+
+}  // namespace
+
+template <class W>
+i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Direction direction) {
+    if (base < 2) return -3;
+    constexpr double log2_e = 1.4426950408889634;
+    const double base_bits = std::log(static_cast<double>(base)) * log2_e;
+    plan.base = base;
+    plan.twos = static_cast<unsigned>(std::countr_zero(base));
+    plan.odd = static_cast<W>(base >> plan.twos);
+    plan.digit_words = digit_words;
+    plan.words_per_digit = base_bits / word_bits<W>;
+    plan.words_per_odd = (base_bits - plan.twos) / word_bits<W>;
+    plan.tasks = std::max<u64>(tasks, 1);
+    plan.direction = direction;
+
+    plan.levels = 0;
+    while (digit_words >> (plan.levels + 1) >= smallest_bottom) ++plan.levels;
+    plan.bottom = std::max<u64>((digit_words + (u64{1} << plan.levels) - 1) >> plan.levels, 1);
+    const u64 useful_depth = plan.levels > sequential_levels ? plan.levels - sequential_levels : 0;
+    plan.parallel_depth = std::min<u64>(useful_depth, static_cast<u64>(std::bit_width(plan.tasks - 1)));
+
+    for (u64 i = 0; i < plan.levels; ++i) {
+        RadixLevel<W>& level = plan.level[i];
+        level.half_digit_words = plan.bottom << i;
+        level.power_words = static_cast<u64>(static_cast<double>(level.half_digit_words) * plan.words_per_odd) + 4;
+        level.shift_bits = plan.twos * level.half_digit_words;
+        level.power_transform = nullptr;
+        // Both halves of a split use the level's one set-up.
+        const u64 words = block_words(plan, level.half_digit_words);
+        level.engine = &multiply::threshold_table<W>().select(words).engine();
+        level.transform = level.engine->plan_wrapped(words * word_bits<W>);
+        const bool both_fit = level.transform.wrap_bits >= words * word_bits<W>;
+        if (!both_fit) fatal_exit("kvt_CBRv2_ci_btrf_ap_make(): Thread Inconsistancy");
+    }
+    return 0;
+}
+
+template <class W>
+u64 RadixPlan<W>::splitting_level(u64 m) const noexcept {
+    return static_cast<u64>(std::bit_width((m - 1) / bottom)) - 1;
+}
+
+template <class W>
+u64 RadixPlan<W>::powers_bytes() const noexcept {
+    if (levels == 0) return 0;
+    u64 bytes = area_bytes(level[levels - 1].power_words * sizeof(W));
+    for (u64 i = 0; i < levels; ++i) bytes += area_bytes(level[i].transform.operand_bytes);
+    return bytes;
+}
+
+template <class W>
+u64 RadixPlan<W>::product_bytes(const RadixLevel<W>& at, u64 block_tasks) const noexcept {
+    const multiply::TransformPlan& t = at.transform;
+    return area_bytes(t.operand_bytes) + area_bytes(t.work_bytes + block_tasks * t.task_bytes);
+}
+
+template <class W>
+u64 RadixPlan<W>::split_words(u64 m, u64 s) const noexcept {
+    if (direction == Direction::write) return fraction_words(m - s) + 1;
+    return integer_words(m - s) + static_cast<u64>(static_cast<double>(s) * words_per_odd) + 2;
+}
+
+template <class W>
+u64 RadixPlan<W>::block_bytes(u64 m, u64 block_tasks, u64 depth) const noexcept {
+    if (m <= bottom) return 0;
+    const RadixLevel<W>& at = level[splitting_level(m)];
+    const u64 s = at.half_digit_words;
+    u64 inner;
+    if (splits_tasks(block_tasks, depth)) {
+        inner =
+            block_bytes(s, block_tasks - block_tasks / 2, depth + 1) + block_bytes(m - s, block_tasks / 2, depth + 1);
+    } else {
+        inner = block_bytes(s, block_tasks, depth + 1);  // the lower half is no longer than the upper one
+    }
+    return area_bytes(split_words(m, s) * sizeof(W)) + std::max(product_bytes(at, block_tasks), inner);
+}
+
+template struct RadixPlan<u32>;
+template struct RadixPlan<u64>;
+template i32 make_radix_plan(RadixPlan<u32>&, u32, u64, u64, Direction);
+template i32 make_radix_plan(RadixPlan<u64>&, u64, u64, u64, Direction);
+
+}  // namespace kvt::text

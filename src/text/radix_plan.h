@@ -1,0 +1,83 @@
+#pragma once
+// The plan of a radix conversion: how blocks of digit words are split, which power of the base a split multiplies by,
+// and the transform that forms the product. Built once per conversion.
+//
+// The base r = odd << twos, so powers of the odd part alone are multiplied, and the twos are a shift. A split at
+// level i parts a block of up to 2s digit words, s = bottom << i, by r^s.
+//   Writing: the lower half is the fraction of block * r^s; only its words are wanted, so the product may wrap, and
+//   the transform is no longer than the block. The upper half's digits are those of the block itself.
+//   Reading: the block is upper * r^s + lower.
+
+#include "frame/parameters.h"
+#include "multiply/engine.h"
+
+namespace kvt::text {
+
+enum class Direction { write, read };
+
+template <class W>
+struct RadixLevel {
+    u64 half_digit_words;  // s
+    u64 power_words;       // room for odd^s
+    u64 shift_bits;        // twos * s
+    const multiply::TransformEngine* engine;
+    multiply::TransformPlan transform;
+    void* power_transform;  // filled by compute_powers()
+    u64 power_length;       // words of odd^s, and its residue; the same
+    multiply::Residue power_residue;
+};
+
+template <class W>
+struct RadixPlan {
+    static constexpr u64 most_levels = 60;
+
+    W base;
+    W odd;
+    unsigned twos;
+    u64 digit_words;         // n
+    double words_per_digit;  // log2(base) / word bits
+    double words_per_odd;    // log2(odd) / word bits
+    u64 bottom;              // digit words of the largest blocks that are not split
+    u64 levels;              // number of levels that split
+    u64 parallel_depth;      // upper levels whose halves may run at the same time
+    u64 tasks;
+    Direction direction;
+    RadixLevel<W> level[most_levels];
+
+    // Words of a fraction that yields m digit words and one more below them, two words of slack included.
+    u64 fraction_words(u64 m) const noexcept {
+        return static_cast<u64>(static_cast<double>(m) * words_per_digit) + 3;
+    }
+
+    // Words that any integer of m digit words fits in.
+    u64 integer_words(u64 m) const noexcept { return static_cast<u64>(static_cast<double>(m) * words_per_digit) + 1; }
+
+    // The level that splits a block of m > bottom digit words: the largest half that stays below m.
+    u64 splitting_level(u64 m) const noexcept;
+
+    // Scratch bytes: the kept transforms of the powers and one power's words; what the recursion needs.
+    u64 powers_bytes() const noexcept;
+    u64 recursion_bytes() const noexcept { return block_bytes(digit_words, tasks, 0); }
+    u64 scratch_bytes() const noexcept { return powers_bytes() + recursion_bytes(); }
+
+    // Scratch of one block of m digit words at a recursion depth; of one product at a level.
+    u64 block_bytes(u64 m, u64 block_tasks, u64 depth) const noexcept;
+    u64 product_bytes(const RadixLevel<W>& at, u64 block_tasks) const noexcept;
+
+    // Words of the buffer that a split of m digit words with lower half m - s keeps while it recurses.
+    u64 split_words(u64 m, u64 s) const noexcept;
+
+    bool splits_tasks(u64 block_tasks, u64 depth) const noexcept { return depth < parallel_depth && block_tasks > 1; }
+};
+
+// Returns 0, or the code -3 for a base below 2. tasks = 0 counts as 1. Raises the generic error when no transform is
+// long enough.
+template <class W>
+i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Direction direction);
+
+// Areas of scratch are multiples of this, so that every area of an aligned scratch starts aligned.
+constexpr u64 area_bytes(u64 bytes) noexcept {
+    return (bytes + (data_alignment_bytes - 1)) / data_alignment_bytes * data_alignment_bytes;
+}
+
+}  // namespace kvt::text

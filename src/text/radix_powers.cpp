@@ -1,0 +1,48 @@
+#include "text/radix_powers.h"
+
+#include <cstring>
+
+#include "kernels/linear.h"
+#include "kernels/residue61.h"
+#include "multiply/transform_checks.h"
+
+namespace kvt::text {
+
+template <class W>
+void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* powers_memory, u8* work) {
+    if (plan.levels == 0) return;
+    W* const power = reinterpret_cast<W*>(powers_memory);
+    powers_memory += area_bytes(plan.level[plan.levels - 1].power_words * sizeof(W));
+
+    u64 n = 1;
+    power[0] = 1;
+    for (u64 i = 0; i < plan.bottom; ++i) {
+        const W carry = kernels::mul_ir(power, n, plan.odd, W{0});
+        if (carry != 0) power[n++] = carry;
+    }
+    for (u64 i = 0; i < plan.levels; ++i) {
+        RadixLevel<W>& level = plan.level[i];
+        const multiply::TransformPlan& transform = level.transform;
+        level.power_transform = powers_memory;
+        level.power_length = n;
+        powers_memory += area_bytes(transform.operand_bytes);
+
+        u8* const rest = work + area_bytes(transform.operand_bytes);
+        const multiply::Residue residue = level.engine->forward(transform, table, multiply::operand_of(power, n),
+                                                                level.power_transform, rest, plan.tasks);
+        level.power_residue = residue;
+        if (i + 1 == plan.levels) return;
+        std::memcpy(work, level.power_transform, transform.operand_bytes);
+        level.engine->multiply(transform, table, work, work, rest, plan.tasks);
+        const multiply::Residue square{kernels::residue_mul(residue.value, residue.value)};
+        level.engine->inverse(transform, table, work, multiply::window_of(power, 0, 2 * n), &square, rest,
+                              plan.tasks);
+        n *= 2;
+        while (power[n - 1] == 0) --n;
+    }
+}
+
+template void compute_powers(RadixPlan<u32>&, const GlobalTwiddleTable&, u8*, u8*);
+template void compute_powers(RadixPlan<u64>&, const GlobalTwiddleTable&, u8*, u8*);
+
+}  // namespace kvt::text

@@ -1,0 +1,198 @@
+#include "text/read_decimal.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+
+#include "frame/exceptions.h"
+#include "frame/format.h"
+#include "kernels/linear.h"
+#include "kernels/residue61.h"
+#include "multiply/transform_checks.h"
+#include "objects/words.h"
+#include "text/digits.h"
+#include "text/radix.h"
+#include "text/radix_plan.h"
+#include "text/radix_powers.h"
+#include "threads/parallel.h"
+
+namespace kvt::text {
+namespace {
+
+constexpr const char* location = "BigInt::set_string_dec()";
+
+template <class W>
+void plan_reading(RadixPlan<W>& plan, u64 digits, u64 tasks) {
+    const u64 n = (digits + Decimal<W>::digits - 1) / Decimal<W>::digits;
+    const u64 useful = multiply::useful_tasks(tasks, n * word_bits<W>);
+    const i32 code = make_radix_plan<W>(plan, Decimal<W>::base, n, useful, Direction::read);
+    if (code != 0) raise_generic(code, location, nullptr);
+}
+
+template <class W>
+class Reading {
+  public:
+    Reading(const RadixPlan<W>& plan, const GlobalTwiddleTable& table, const char* digits, u64 count)
+        : plan_(plan), table_(table), end_(digits + count), count_(count) {}
+
+    // out := the digit words [first, first + m), counted from the least significant; returns the length.
+    u64 run(W* out, u64 first, u64 m, u64 tasks, u64 depth, u8* work) const {
+        if (m <= plan_.bottom) return run_directly(out, first, m);
+        const RadixLevel<W>& level = plan_.level[plan_.splitting_level(m)];
+        const u64 s = level.half_digit_words;
+        W* const upper = reinterpret_cast<W*>(work);
+        work += area_bytes(plan_.split_words(m, s) * sizeof(W));
+        u64 lower_length, upper_length;
+        if (plan_.splits_tasks(tasks, depth)) {
+            run_both(out, lower_length, upper, upper_length, first, m, s, tasks, depth, work);
+        } else {
+            lower_length = run(out, first, s, tasks, depth + 1, work);
+            upper_length = run(upper, first + s, m - s, tasks, depth + 1, work);
+        }
+        upper_length = multiply_by_power(level, upper, upper_length, tasks, work);
+        return add_shifted(out, lower_length, upper, upper_length, level.shift_bits);
+    }
+
+  private:
+    // Quadratic: out = out * base + digit word.
+    u64 run_directly(W* out, u64 first, u64 m) const {
+        u64 n = 0;
+        for (u64 i = first + m; i-- > first;) {
+            const u64 below = i * Decimal<W>::digits;  // digits less significant than this word's
+            const u64 width = std::min<u64>(count_ - below, Decimal<W>::digits);
+            bool ok = true;
+            const u64 digit_word = read_digits(end_ - below - width, static_cast<unsigned>(width), ok);
+            const W carry = kernels::mul_ir(out, n, plan_.base, static_cast<W>(digit_word));
+            if (carry != 0) out[n++] = carry;
+        }
+        return n;
+    }
+
+    // upper := upper * odd^s, in place.
+    u64 multiply_by_power(const RadixLevel<W>& level, W* upper, u64 n, u64 tasks, u8* work) const {
+        if (n == 0) return 0;
+        const multiply::TransformPlan& transform = level.transform;
+        u8* const rest = work + area_bytes(transform.operand_bytes);
+        const multiply::Residue residue =
+            level.engine->forward(transform, table_, multiply::operand_of(upper, n), work, rest, tasks);
+        const multiply::Residue expected{kernels::residue_mul(residue.value, level.power_residue.value)};
+        level.engine->multiply(transform, table_, work, level.power_transform, rest, tasks);
+        const u64 product = n + level.power_length;
+        level.engine->inverse(transform, table_, work, multiply::window_of(upper, 0, product), &expected, rest,
+                              tasks);
+        return objects::trimmed_length(upper, product);
+    }
+
+    // out [n words] += upper * 2^bits; returns the length.
+    static u64 add_shifted(W* out, u64 n, W* upper, u64 upper_n, u64 bits) noexcept {
+        if (upper_n == 0) return n;
+        const u64 offset = bits / word_bits<W>;
+        const unsigned shift = bits % word_bits<W>;
+        if (shift != 0) {
+            const W carry = kernels::mul_ir(upper, upper_n, static_cast<W>(W{1} << shift), W{0});
+            if (carry != 0) upper[upper_n++] = carry;
+        }
+        const u64 end = std::max(n, offset + upper_n);
+        objects::zero_words(out + n, end - n);
+        const u32 carry = kernels::add_ir(out + offset, upper, upper_n, 0);
+        // The sum is below base^m, which the caller's words hold; a carry can only ripple inside them.
+        if (kernels::add1_ir(out + offset + upper_n, end - offset - upper_n, carry) == 0) return end;
+        out[end] = 1;
+        return end + 1;
+    }
+
+    void run_both(W* out, u64& lower_length, W* upper, u64& upper_length, u64 first, u64 m, u64 s, u64 tasks,
+                  u64 depth, u8* work) const {
+        const u64 lower_tasks = tasks - tasks / 2;
+        u8* const upper_work = work + plan_.block_bytes(s, lower_tasks, depth + 1);
+        std::exception_ptr errors[2];
+        Threads::run_parts(2, [&](u64 part) {
+            try {
+                if (part == 0)
+                    lower_length = run(out, first, s, lower_tasks, depth + 1, work);
+                else
+                    upper_length = run(upper, first + s, m - s, tasks / 2, depth + 1, upper_work);
+            } catch (...) {
+                errors[part] = std::current_exception();
+            }
+        });
+        for (const std::exception_ptr& error : errors)
+            if (error) std::rethrow_exception(error);
+    }
+
+    const RadixPlan<W>& plan_;
+    const GlobalTwiddleTable& table_;
+    const char* const end_;
+    const u64 count_;
+};
+
+}  // namespace
+
+u64 skip_decimal_digits(const char* text, u64 from, u64 chars) noexcept {
+    u64 i = from;
+    bool ok = true;
+    while (chars - i >= 16) {
+        read_digits(text + i, 16, ok);
+        if (!ok) break;
+        i += 16;
+    }
+    while (i < chars && text[i] >= '0' && text[i] <= '9') ++i;
+    return i;
+}
+
+void raise_invalid_character(const char* where, u64 position) {
+    raise(Serialization::ParseException(where, "Invalid character at position " + to_decimal(position) + "."));
+    std::terminate();
+}
+
+template <class W>
+u64 decimal_words(u64 digits) noexcept {
+    return static_cast<u64>(static_cast<double>(digits) * Decimal<W>::words_per_digit) + 1;
+}
+
+template <class W>
+u64 read_decimal_bytes(u64 digits, u64 tasks) {
+    RadixPlan<W> plan;
+    plan_reading(plan, digits, tasks);
+    return plan.scratch_bytes();
+}
+
+template <class W>
+u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count) {
+    RadixPlan<W> plan;
+    plan_reading(plan, count, params.tasks);
+    const GlobalTwiddleTable* table = params.table;
+    if (plan.levels > 0) table = &multiply::require_table(params, plan.level[plan.levels - 1].transform, location);
+    const u64 needed = plan.scratch_bytes();
+    if (params.memory_bytes < needed) raise_scratch_too_small(location, params.memory_bytes, needed);
+    u8* const memory = static_cast<u8*>(params.memory);
+    u8* const work = memory + plan.powers_bytes();
+    compute_powers(plan, *table, memory, work);
+    return Reading<W>(plan, *table, digits, count).run(out, 0, plan.digit_words, plan.tasks, 0, work);
+}
+
+template <class W>
+void set_string_dec(const BasicParameters& params, objects::BigInt<W>& out, const char* text, u64 chars) {
+    u64 i = 0;
+    bool sign = true;
+    if (i < chars && (text[i] == '-' || text[i] == '+')) sign = text[i++] == '+';
+    const u64 end = skip_decimal_digits(text, i, chars);
+    if (end < chars || end == i) raise_invalid_character(location, end);
+    while (i < end && text[i] == '0') ++i;
+    if (i == end) return objects::set_zero(out);
+    require_capacity(out.buffer_size, decimal_words<W>(end - i), location);
+    out.L = read_decimal_digits(params, out.buffer, text + i, end - i);
+    out.T = out.buffer;
+    out.sign = sign;
+}
+
+template u64 decimal_words<u32>(u64) noexcept;
+template u64 decimal_words<u64>(u64) noexcept;
+template u64 read_decimal_bytes<u32>(u64, u64);
+template u64 read_decimal_bytes<u64>(u64, u64);
+template u64 read_decimal_digits(const BasicParameters&, u32*, const char*, u64);
+template u64 read_decimal_digits(const BasicParameters&, u64*, const char*, u64);
+template void set_string_dec(const BasicParameters&, objects::BigInt<u32>&, const char*, u64);
+template void set_string_dec(const BasicParameters&, objects::BigInt<u64>&, const char*, u64);
+
+}  // namespace kvt::text

@@ -1,0 +1,33 @@
+#pragma once
+// Reading integers from decimal digits: upper * r^s + lower, with the powers' transforms kept per level.
+
+#include "frame/parameters.h"
+#include "objects/big_int.h"
+
+namespace kvt::text {
+
+// Words that any number of so many decimal digits fits in.
+template <class W>
+u64 decimal_words(u64 digits) noexcept;
+
+// Scratch bytes (aligned to the word) of reading so many digits. Raises the generic error when no multiplication
+// algorithm is long enough.
+template <class W>
+u64 read_decimal_bytes(u64 digits, u64 tasks);
+
+// out := the number of the digits, which are '0'..'9' (checked by the caller) and do not start with a zero;
+// out has room for decimal_words(digits). Returns the length.
+template <class W>
+u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count);
+
+// An optional sign and digits, at least one; nothing else. Raises Serialization::ParseException ("Invalid character
+// at position N.", N counted from 0), before anything is written.
+template <class W>
+void set_string_dec(const BasicParameters& params, objects::BigInt<W>& out, const char* text, u64 chars);
+
+// First character from position `from` that is not a decimal digit; chars when there is none.
+u64 skip_decimal_digits(const char* text, u64 from, u64 chars) noexcept;
+
+[[noreturn]] void raise_invalid_character(const char* location, u64 position);
+
+}  // namespace kvt::text
