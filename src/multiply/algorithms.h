@@ -11,9 +11,8 @@ namespace kvt::multiply {
 template <class W>
 inline constexpr BasecaseAlgorithm<W> basecase_algorithm;
 
-// The transforms that are not built yet have no source; their products raise the error of a missing algorithm.
 inline constexpr EngineRung fft_rung{&fft_engine, 1'572'864, 2700, 350, nullptr};
-inline constexpr EngineRung ntt32_rung{nullptr, u64{3} << 30, 8000, 150, &fft_rung};
+inline constexpr EngineRung ntt32_rung{&ntt32_engine, u64{3} << 30, 8000, 150, &fft_rung};
 inline constexpr EngineRung ntt64_rung{&ntt64_engine, u64{7} << 59, 16000, 300, &ntt32_rung};
 
 template <class W>

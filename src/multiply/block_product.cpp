@@ -13,8 +13,7 @@ namespace {
 
 const EngineRung& rung_for(const EngineRung& longest, u64 bits) {
     const EngineRung* rung = &longest;
-    while (rung->shorter != nullptr && rung->shorter->source != nullptr && bits <= rung->shorter->block_bits)
-        rung = rung->shorter;
+    while (rung->shorter != nullptr && bits <= rung->shorter->block_bits) rung = rung->shorter;
     return *rung;
 }
 

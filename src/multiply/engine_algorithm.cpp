@@ -73,7 +73,8 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
     const u64 direct = direct_cost_of(job, place.scratch_bytes);
     const u64 least = std::min(direct, transformed);
     BlockPlan blocks;
-    if (job.B != nullptr && job.LA / 2 >= job.LB)
+    // No number of blocks makes up for a direct product that is far cheaper than one transform.
+    if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)
         blocks = plan_blocks<W>(rung, job.LA, job.LB, least, place.scratch_bytes, tasks);
 
     if (blocks.engine != nullptr)
@@ -112,12 +113,6 @@ void run(const EngineRung& rung, const TransformEngine& engine, const BasicParam
 }
 
 }  // namespace
-
-template <class W>
-const TransformEngine& EngineAlgorithm<W>::engine() const {
-    if (rung_.source == nullptr) raise_no_algorithm();
-    return rung_.source();
-}
 
 template <class W>
 u64 EngineAlgorithm<W>::scratch_bytes(u64 L, u64 tasks) const {

@@ -8,7 +8,6 @@
 
 namespace kvt::multiply {
 
-// Finds an engine; null while it is not built: every operation then raises the error of a missing algorithm.
 using EngineSource = const TransformEngine& (*)() noexcept;
 
 // One rung of the transforms, ordered by reach.
@@ -32,7 +31,7 @@ class EngineAlgorithm final : public MultiplicationAlgorithm<W> {
     void square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A, u64 L) const override;
     void multiply_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A, u64 LA, const W* B,
                           u64 LB) const override;
-    const TransformEngine& engine() const override;
+    const TransformEngine& engine() const override { return rung_.source(); }
 
   private:
     const EngineRung& rung_;

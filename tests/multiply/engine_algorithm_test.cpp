@@ -167,18 +167,5 @@ TEST(EngineAlgorithm, MisalignedScratchIsWarnedAboutOnceACall) {
     EXPECT_EQ(console.count(warning), 1u);
 }
 
-TEST(EngineAlgorithm, AMissingEngineIsAMissingAlgorithm) {
-    constexpr static EngineRung nothing{nullptr, 1, 1, 1, nullptr};
-    constexpr static EngineAlgorithm<u64> missing{"none", "None", 1 << 30, nothing};
-    const u64 A[1] = {1};
-    u64 C[2] = {7, 7};
-    MulSizeRecord record;
-    const CapturedConsole quiet;
-    EXPECT_THROW(missing.square({}, C, A, 1), kv_exception);
-    EXPECT_THROW(missing.multiply({}, C, A, 1, A, 1), kv_exception);
-    EXPECT_THROW(missing.size_record(record, 1, 1), kv_exception);
-    EXPECT_EQ(C[0], 7u);
-}
-
 }  // namespace
 }  // namespace kvt::multiply

@@ -314,6 +314,18 @@ class FftEngine final : public TransformEngine {
         // The first operand is used up: the product is packed over it.
         finish(t, y, static_cast<u8*>(a), out, check ? &expected : nullptr);
     }
+
+    void product_keeping(const TransformPlan& plan, const GlobalTwiddleTable& table, const void* a, Residue a_residue,
+                         Operand b, void* operand, Window out, bool check, void* work, u64 tasks) const override {
+        const Transform t(plan, table, tasks);
+        double* x = static_cast<double*>(operand);
+        const double* y = static_cast<const double*>(a);
+        Residue expected;
+        if (check) expected.value = kernels::residue_mul(a_residue.value, kernels::residue_of(b.bytes, b.n));
+        cut_operand(t, b, x);
+        t.divide(t.blocks(), [&](u64 begin, u64 end, u64) { t.kernels.product(t.shape, x, y, begin, end); });
+        finish(t, x, reinterpret_cast<u8*>(align_up(work)), out, check ? &expected : nullptr);
+    }
 };
 
 constinit const FftEngine the_engine;
