@@ -21,11 +21,11 @@ namespace peers {
 namespace {
 
 struct Options {
-    std::string operation = "mul", peer = "gmp", isa = "best", word_isa = "best", framework, csv;
+    std::string operation = "mul", peer = "gmp", isa = "best", word_isa = "best", framework, clock, csv;
     std::vector<std::string> sizes{"4,6,8,10,12,16,24,30,50,100,150,500,1000,2500,5000,12288,16384,131072"};
     std::uint64_t threads = 1;
     double shape = 1;
-    Limits limits{2e-3, 0.5, 5, 101};
+    Limits limits{3e-4, 0.5, 5, 1001};
 };
 
 std::vector<Operation> all_operations() {
@@ -76,17 +76,23 @@ std::string first_line_of(const char* command) {
     return out.substr(0, out.find('\n'));
 }
 
+Clock clock_of(const Options& options) {
+    if (options.clock.empty()) return options.threads == 1 ? Clock::thread : Clock::wall;
+    return options.clock == "thread" ? Clock::thread : Clock::wall;
+}
+
 void print_machine(const Options& options) {
     fmt::print("# {}\n", first_line_of("sed -n 's/^model name[^:]*: //p' /proc/cpuinfo"));
     fmt::print("# GCC {}, commit {}\n", __VERSION__,
                first_line_of("git -C " KVNUM_SOURCE_FOLDER " describe --always --dirty"));
-    fmt::print("# isa {}, word isa {}, threads {}, framework {}\n", options.isa, options.word_isa, options.threads,
-               GetFrameworkName(GetParallelFramework()));
+    fmt::print("# isa {}, word isa {}, threads {}, framework {}, time of the {}\n", options.isa, options.word_isa,
+               options.threads, GetFrameworkName(GetParallelFramework()),
+               clock_of(options) == Clock::thread ? "thread" : "wall clock");
 }
 
 constexpr char csv_head[] =
     "op,peer,peer_call,isa,word_isa,threads,words_a,words_b,samples,ours_min_ns,ours_median_ns,peer_min_ns,"
-    "peer_median_ns,ours_ns_per_word,ratio\n";
+    "peer_median_ns,ours_ns_per_word,ratio,ratio_of_min\n";
 
 // One row: prepares, compares the results, measures, prints.
 void run_row(const Operation& operation, std::size_t words, const Options& options, std::ofstream& csv) {
@@ -103,17 +109,17 @@ void run_row(const Operation& operation, std::size_t words, const Options& optio
     comparison.theirs(1);
     if (!comparison.same_result()) throw std::runtime_error(fmt::format("results differ at {} words", words));
 
-    const Measurement m = measure(comparison, options.limits);
+    const Measurement m = measure(comparison, options.limits, clock_of(options));
     const double per_word = m.ours.median_ns / static_cast<double>(words);
-    fmt::print("{:>8} {:>10} {:>8} {:>14.1f} {:>14.1f} {:>9.3f} {:>14.1f} {:>14.1f} {:>7.3f}\n", operation.name,
-               words, short_words, m.ours.min_ns, m.ours.median_ns, per_word, m.theirs.min_ns, m.theirs.median_ns,
-               m.ratio);
+    fmt::print("{:>8} {:>10} {:>8} {:>14.1f} {:>14.1f} {:>9.3f} {:>14.1f} {:>14.1f} {:>7.3f} {:>7.3f}\n",
+               operation.name, words, short_words, m.ours.min_ns, m.ours.median_ns, per_word, m.theirs.min_ns,
+               m.theirs.median_ns, m.ratio, m.ratio_of_min);
     std::fflush(stdout);
     if (csv.is_open())
-        csv << fmt::format("{},{},{},{},{},{},{},{},{},{:.1f},{:.1f},{:.1f},{:.1f},{:.4f},{:.4f}\n", operation.name,
-                           operation.peer, operation.peer_call, options.isa, options.word_isa, options.threads, words,
-                           short_words, m.samples, m.ours.min_ns, m.ours.median_ns, m.theirs.min_ns,
-                           m.theirs.median_ns, per_word, m.ratio)
+        csv << fmt::format("{},{},{},{},{},{},{},{},{},{:.1f},{:.1f},{:.1f},{:.1f},{:.4f},{:.4f},{:.4f}\n",
+                           operation.name, operation.peer, operation.peer_call, options.isa, options.word_isa,
+                           options.threads, words, short_words, m.samples, m.ours.min_ns, m.ours.median_ns,
+                           m.theirs.min_ns, m.theirs.median_ns, per_word, m.ratio, m.ratio_of_min)
             << std::flush;
 }
 
@@ -137,8 +143,8 @@ int run(const Options& options) {
     for (const Operation& operation : chosen) {
         fmt::print("# {} against {} ({}); times in ns, ratio = peer's time by ours\n", operation.name, operation.peer,
                    operation.peer_call);
-        fmt::print("{:>8} {:>10} {:>8} {:>14} {:>14} {:>9} {:>14} {:>14} {:>7}\n", "op", "words", "by", "min",
-                   "median", "per word", "peer min", "peer median", "ratio");
+        fmt::print("{:>8} {:>10} {:>8} {:>14} {:>14} {:>9} {:>14} {:>14} {:>7} {:>7}\n", "op", "words", "by", "min",
+                   "median", "per word", "peer min", "peer median", "ratio", "of min");
         for (std::size_t words : parse_sizes(options.sizes)) run_row(operation, words, options, csv);
     }
     return 0;
@@ -165,6 +171,8 @@ int main(int argc, char** argv) {
     app.add_option("--word-isa", options.word_isa, "word kernels at most")
         ->capture_default_str()
         ->check(CLI::IsMember({"scalar", "adx", "best"}));
+    app.add_option("--clock", options.clock, "thread or wall (default: thread for one thread)")
+        ->check(CLI::IsMember({"thread", "wall"}));
     app.add_option("--csv", options.csv, "also write the rows into this file");
     app.add_option("--row-seconds", options.limits.row_seconds, "time for a row")->capture_default_str();
     app.add_flag_callback(
