@@ -45,7 +45,7 @@ void multiply(void* C, const void* A, u64 LA, const void* B, u64 LB) noexcept {
 void word_square(Byte* C, const Byte* A) noexcept { word_product(C, A, A); }
 
 using ShortSquare = void (*)(Byte*, const Byte*) noexcept;
-constexpr ShortSquare short_squares[] = {nullptr,         word_square,     short_square<2>,  short_square<3>,
+constexpr ShortSquare short_squares[] = {nullptr,         word_square,     short_square<2>,  square_3,
                                          square_4,        short_square<5>, short_square<6>,  short_square<7>,
                                          short_square<8>, short_square<9>, short_square<10>, short_square<11>,
                                          short_square<12>};
@@ -55,7 +55,11 @@ void square(void* C, const void* A, u64 L) noexcept {
     auto* c = static_cast<Byte*>(C);
     const auto* a = static_cast<const Byte*>(A);
     if (L <= short_square_words) return short_squares[L](c, a);
+    // Rows down to the last triangle_words, and those words' products unrolled.
+    constexpr u64 triangle_words = 12;
+    const u64 rows = L - triangle_words;
     store(c + 8 * L, mul(c + 8, a + 8, L - 1, load(a), 0));
-    add_rows<1, 2>(c + 24, a + 16, L - 2, a + 8, L - 2);
+    if (rows > 1) add_rows<1, 2>(c + 24, a + 16, L - 2, a + 8, rows - 1);
+    add_triangle<triangle_words, true>(c + 16 * rows, a + 8 * rows);
     double_and_add_diagonal(c, a, L);
 }

@@ -31,9 +31,10 @@ void double_and_add_diagonal(Byte* C, const Byte* A, u64 L) noexcept {
         : "rdx", "cc", "memory");
 }
 
-// All of it unrolled: row j adds A[j] * A[j+1..N) at word 2 j + 1.
-template <unsigned N>
-void short_square(Byte* C, const Byte* A) noexcept {
+// The products above the diagonal of N words, unrolled: row j is A[j] * A[j+1..N) at word 2 j + 1. With `accumulate`,
+// row 0 is added too, to what longer rows left in C[1..N); every row writes the word above it.
+template <unsigned N, bool accumulate>
+inline __attribute__((always_inline)) void add_triangle(Byte* C, const Byte* A) noexcept {
     u64 low, high, other, zero;
     __asm__ volatile(
         // words i of row j; the upper half of the last product alternates between two registers
@@ -42,7 +43,7 @@ void short_square(Byte* C, const Byte* A) noexcept {
         ".if \\i > \\j + 1\n"
         "adcx \\last, %[low]\n"
         ".endif\n"
-        ".if \\j\n"
+        ".if \\j + %c[accumulate]\n"
         "adox 8*(\\i+\\j)(%[c]), %[low]\n"
         ".endif\n"
         "mov %[low], 8*(\\i+\\j)(%[c])\n"
@@ -62,19 +63,33 @@ void short_square(Byte* C, const Byte* A) noexcept {
         "kvnum_rows \\j+1\n"
         ".endif\n"
         ".endm\n"
+        "kvnum_rows 0\n"
+        ".purgem kvnum_step\n"
+        ".purgem kvnum_rows\n"
+        : [low] "=&r"(low), [high] "=&r"(high), [other] "=&r"(other), [zero] "=&r"(zero)
+        : [a] "r"(A), [c] "r"(C), [words] "i"(N), [accumulate] "i"(accumulate)
+        : "rdx", "cc", "memory");
+}
+
+// Squares of N words: double_and_add_diagonal() unrolled; words 0 and 2 N - 1 are not read.
+template <unsigned N>
+void short_square(Byte* C, const Byte* A) noexcept {
+    add_triangle<N, false>(C, A);
+    u64 low, high, word, zero;
+    __asm__ volatile(
         ".macro kvnum_diagonal i\n"
         "mov 8*(\\i)(%[a]), %%rdx\n"
         "mulx %%rdx, %[low], %[high]\n"
         ".if \\i\n"
-        "mov 16*(\\i)(%[c]), %[other]\n"
-        "adcx %[other], %[other]\n"
-        "adox %[other], %[low]\n"
+        "mov 16*(\\i)(%[c]), %[word]\n"
+        "adcx %[word], %[word]\n"
+        "adox %[word], %[low]\n"
         ".endif\n"
         "mov %[low], 16*(\\i)(%[c])\n"
         ".if \\i + 1 < %c[words]\n"
-        "mov 16*(\\i)+8(%[c]), %[other]\n"
-        "adcx %[other], %[other]\n"
-        "adox %[other], %[high]\n"
+        "mov 16*(\\i)+8(%[c]), %[word]\n"
+        "adcx %[word], %[word]\n"
+        "adox %[word], %[high]\n"
         "mov %[high], 16*(\\i)+8(%[c])\n"
         "kvnum_diagonal \\i+1\n"
         ".else\n"
@@ -83,18 +98,55 @@ void short_square(Byte* C, const Byte* A) noexcept {
         "mov %[high], 16*(\\i)+8(%[c])\n"
         ".endif\n"
         ".endm\n"
-        "kvnum_rows 0\n"
         "xor %k[zero], %k[zero]\n"
         "kvnum_diagonal 0\n"
-        ".purgem kvnum_step\n"
-        ".purgem kvnum_rows\n"
         ".purgem kvnum_diagonal\n"
-        : [low] "=&r"(low), [high] "=&r"(high), [other] "=&r"(other), [zero] "=&r"(zero)
+        : [low] "=&r"(low), [high] "=&r"(high), [word] "=&r"(word), [zero] "=&r"(zero)
         : [a] "r"(A), [c] "r"(C), [words] "i"(N)
         : "rdx", "cc", "memory");
 }
 
-// Four words, in registers: r1 .. r6 gather the products above the diagonal.
+// Three and four words, in registers: r1 .. gather the products above the diagonal.
+void square_3(Byte* C, const Byte* A) noexcept {
+    u64 r1, r2, r3, r4, low, high;
+    __asm__ volatile(
+        "mov (%[a]), %%rdx\n"
+        "mulx 8(%[a]), %[r1], %[r2]\n"
+        "mulx 16(%[a]), %[low], %[r3]\n"
+        "add %[low], %[r2]\n"
+        "mov 8(%[a]), %%rdx\n"
+        "mulx 16(%[a]), %[low], %[r4]\n"
+        "adc %[low], %[r3]\n"
+        "adc $0, %[r4]\n"
+        "mov (%[a]), %%rdx\n"
+        "xor %k[low], %k[low]\n"  // clears both flags
+        "mulx %%rdx, %[low], %[high]\n"
+        "mov %[low], (%[c])\n"
+        "adcx %[r1], %[r1]\n"
+        "adox %[high], %[r1]\n"
+        "mov %[r1], 8(%[c])\n"
+        "mov 8(%[a]), %%rdx\n"
+        "mulx %%rdx, %[low], %[high]\n"
+        "adcx %[r2], %[r2]\n"
+        "adox %[low], %[r2]\n"
+        "mov %[r2], 16(%[c])\n"
+        "adcx %[r3], %[r3]\n"
+        "adox %[high], %[r3]\n"
+        "mov %[r3], 24(%[c])\n"
+        "mov 16(%[a]), %%rdx\n"
+        "mulx %%rdx, %[low], %[high]\n"
+        "adcx %[r4], %[r4]\n"
+        "adox %[low], %[r4]\n"
+        "mov %[r4], 32(%[c])\n"
+        "mov $0, %k[low]\n"
+        "adcx %[low], %[high]\n"
+        "adox %[low], %[high]\n"
+        "mov %[high], 40(%[c])\n"
+        : [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4), [low] "=&r"(low), [high] "=&r"(high)
+        : [a] "r"(A), [c] "r"(C)
+        : "rdx", "cc", "memory");
+}
+
 void square_4(Byte* C, const Byte* A) noexcept {
     u64 r1, r2, r3, r4, r5, r6, low, high;
     __asm__ volatile(
