@@ -20,31 +20,32 @@ inline u64 mul(u64 x, u64 w, u64 quotient, u64 p) { return once(mul_lazy(x, w, q
 inline u64 mul(u64 x, Twiddle t, u64 p) { return mul(x, t.w, t.quotient, p); }
 
 // sum / 2^64 mod p for sums of up to four products of reduced values (their high words are below 2p), reduced.
-inline u64 reduce(u128 sum, Modulus m) {
+inline u64 reduce(u128 sum, const Modulus& m) {
     const u64 q = static_cast<u64>(sum) * m.inverse;
     return sub(once(static_cast<u64>(sum >> 64), m.p), high(q, m.p), m.p);
 }
 
-void cut(Point* out, const Point* words, std::size_t n, Modulus m) noexcept {
+void cut(Point* out, const Point* words, std::size_t n, const Modulus& m) noexcept {
     for (std::size_t i = 0; i < n; ++i) out[i] = mul(words[i], 1, m.one_quotient, m.p);
 }
 
 // w = root * scale; its quotient from the remainder of w * 2^64, as w * 2^64 - remainder divides exactly.
-inline Twiddle make_twiddle(u64 root, const LevelScale& s, Modulus m) {
+inline Twiddle make_twiddle(u64 root, const LevelScale& s, const Modulus& m) {
     const u64 remainder = mul(root, s.scale_shifted, m.p);
     return {mul(root, s.scale, m.p), (u64{0} - remainder) * m.inverse};
 }
 
-void twiddles(Twiddle* out, const u64* roots, const LevelScale* scales, unsigned levels, Modulus m) noexcept {
+void twiddles(Twiddle* out, const u64* roots, const LevelScale* scales, unsigned levels, const Modulus& m) noexcept {
     for (unsigned l = 0; l < levels; ++l) {
         const std::size_t n = std::size_t{1} << l;
         for (std::size_t i = 0; i < n; ++i) out[n + i] = make_twiddle(roots[i], scales[l], m);
     }
 }
 
-inline Twiddle negated(Twiddle t, Modulus m) { return {m.p - t.w, ~t.quotient}; }  // w > 0
+inline Twiddle negated(Twiddle t, const Modulus& m) { return {m.p - t.w, ~t.quotient}; }  // w > 0
 
-void inverse_twiddles(Twiddle* out, const u64* roots, const LevelScale* scales, unsigned levels, Modulus m) noexcept {
+void inverse_twiddles(Twiddle* out, const u64* roots, const LevelScale* scales, unsigned levels,
+                      const Modulus& m) noexcept {
     for (unsigned l = 0; l < levels; ++l) {
         const std::size_t n = std::size_t{1} << l;
         out[n] = make_twiddle(1, scales[l], m);
@@ -151,7 +152,7 @@ void inverse(Point* x, std::size_t n, unsigned levels, const Twiddle* w, u64 p) 
 // Pairs a[j], a[r - j] are summed and subtracted first, so that each output needs (r - 1) / 2 products of each kind
 // and no more than three are summed before a reduction.
 template <unsigned r>
-void radix(Point* x, std::size_t m, const RadixConstants& constants, Modulus modulus) noexcept {
+void radix(Point* x, std::size_t m, const RadixConstants& constants, const Modulus& modulus) noexcept {
     constexpr unsigned h = (r - 1) / 2;
     const u64 p = modulus.p;
     for (std::size_t i = 0; i < m; ++i, ++x) {
@@ -179,7 +180,7 @@ void radix(Point* x, std::size_t m, const RadixConstants& constants, Modulus mod
 
 inline u128 product(u64 a, u64 b) { return static_cast<u128>(a) * b; }
 
-inline void multiply_leaf(Point* a, const Point* b, u64 w, u64 quotient, Modulus m) {
+inline void multiply_leaf(Point* a, const Point* b, u64 w, u64 quotient, const Modulus& m) {
     const u64 p = m.p;
     const u64 a0 = once(a[0], p), a1 = once(a[1], p), a2 = once(a[2], p), a3 = once(a[3], p);
     const u64 b0 = once(b[0], p), b1 = once(b[1], p), b2 = once(b[2], p), b3 = once(b[3], p);
@@ -190,7 +191,7 @@ inline void multiply_leaf(Point* a, const Point* b, u64 w, u64 quotient, Modulus
     a[3] = reduce(product(a0, b3) + product(a1, b2) + product(a2, b1) + product(a3, b0), m);
 }
 
-inline void square_leaf(Point* a, u64 w, u64 quotient, Modulus m) {
+inline void square_leaf(Point* a, u64 w, u64 quotient, const Modulus& m) {
     const u64 p = m.p;
     const u64 a0 = once(a[0], p), a1 = once(a[1], p), a2 = once(a[2], p), a3 = once(a[3], p);
     const u64 d0 = add(a0, a0, p), d1 = add(a1, a1, p);
@@ -201,7 +202,7 @@ inline void square_leaf(Point* a, u64 w, u64 quotient, Modulus m) {
     a[3] = reduce(product(d0, a3) + product(d1, a2), m);
 }
 
-void multiply(Point* a, const Point* b, std::size_t pairs, const Twiddle* z, Modulus m) noexcept {
+void multiply(Point* a, const Point* b, std::size_t pairs, const Twiddle* z, const Modulus& m) noexcept {
     for (std::size_t i = 0; i < pairs; ++i, a += 8, b += 8) {
         const Twiddle t = z[i], n = negated(t, m);
         multiply_leaf(a, b, t.w, t.quotient, m);
@@ -209,7 +210,7 @@ void multiply(Point* a, const Point* b, std::size_t pairs, const Twiddle* z, Mod
     }
 }
 
-void square(Point* a, std::size_t pairs, const Twiddle* z, Modulus m) noexcept {
+void square(Point* a, std::size_t pairs, const Twiddle* z, const Modulus& m) noexcept {
     for (std::size_t i = 0; i < pairs; ++i, a += 8) {
         const Twiddle t = z[i], n = negated(t, m);
         square_leaf(a, t.w, t.quotient, m);
@@ -217,8 +218,9 @@ void square(Point* a, std::size_t pairs, const Twiddle* z, Modulus m) noexcept {
     }
 }
 
-void join(Point* x1, const Point* x2, const Point* x3, std::size_t n, const JoinConstants& c, u64* carry) noexcept {
-    const JoinConstants k = c;
+void join(Point* x1, std::size_t stride, std::size_t n, const JoinConstants& constants, u64* carry) noexcept {
+    const WideJoin k = constants.wide;
+    const Point *const x2 = x1 + stride, *const x3 = x2 + stride;
     u64 low = carry[0], high_word = carry[1];
     for (std::size_t i = 0; i < n; ++i) {
         const u64 v1 = mul(x1[i], k.s1, k.p1);

@@ -11,6 +11,7 @@ namespace {
 }  // namespace
 
 constinit const Kernels kernels_adx{
-    "adx", cut, twiddles, inverse_twiddles, forward, inverse, {radix<3>, radix<5>, radix<7>}, multiply, square, join};
+    "adx",    64,     2,   cut, twiddles, inverse_twiddles, forward, inverse, {radix<3>, radix<5>, radix<7>},
+    multiply, square, join};
 
 }  // namespace kvt::multiply::ntt64

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "frame/exceptions.h"
+#include "kernels/cpu.h"
 #include "kernels/residue61.h"
 #include "multiply/ntt64/transform.h"
 #include "threads/parallel.h"
@@ -29,34 +30,31 @@ class Ntt64Engine final : public TransformEngine {
 };
 
 u64 encoded(const Shape& shape) { return shape.set | shape.radix << 8 | shape.exponent << 16; }
-Shape shape_of(const TransformPlan& plan) {
-    return {.set = static_cast<unsigned>(plan.row & 0xff),
-            .radix = static_cast<unsigned>(plan.row >> 8 & 0xff),
-            .exponent = static_cast<unsigned>(plan.row >> 16)};
-}
 
-struct Residues {
-    Point* x[3];
-};
-Residues residues_in(void* operand, const Shape& shape) {
-    auto* const x = static_cast<Point*>(operand);
-    return {{x, x + shape.points(), x + 2 * shape.points()}};
+// The plan's length in the form that this machine is fastest with. Operands and scratch take the same bytes in both.
+Shape shape_of(const TransformPlan& plan) {
+    const Shape shape{.set = static_cast<unsigned>(plan.row & 0xff),
+                      .radix = static_cast<unsigned>(plan.row >> 8 & 0xff),
+                      .exponent = static_cast<unsigned>(plan.row >> 16)};
+    return kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? narrowed(shape) : shape;
 }
 
 // Joins, checks, and only then stores the window.
-void finish(Transform& transform, const Shape& shape, const Residues& residues, Window out, const Residue* expected,
+void finish(const Transform& transform, const Shape& shape, Point* x, Window out, const Residue* expected,
             u64 tasks) {
-    transform.join(residues.x);
-    const u8* const words = reinterpret_cast<const u8*>(residues.x[0]);
-    const u64 n = 2 * shape.points();  // 32-bit words
-    if (expected != nullptr && transform.residue({words, n}).value != expected->value)
+    transform.join(x);
+    if (expected != nullptr && transform.joined_residue(x).value != expected->value)
         raise_redundancy_failure("ntt64::inverse()", "The product does not match its factors modulo 2^61 - 1.");
+    const u64 n = shape.bits() / 32;
     const u64 stored = out.first < n ? std::min(out.count, n - out.first) : 0;
     const u64 parts = std::min(std::max<u64>(tasks, 1), stored / 8192 + 1);
     Threads::run_parts(parts, [&](u64 i) {
         const Threads::Share share = Threads::share_of(stored, parts, i);
-        std::memcpy(out.bytes + 4 * share.first, words + 4 * (out.first + share.first),
-                    4 * (share.last - share.first));
+        const u64 first = 4 * (out.first + share.first), last = 4 * (out.first + share.last);  // bytes
+        transform.joined(x, first / 8, (last + 7) / 8 - first / 8, [&](u64 word, const u8* bytes, u64 count) {
+            const u64 from = std::max(8 * word, first), to = std::min(8 * (word + count), last);
+            std::memcpy(out.bytes + (from - 4 * out.first), bytes + (from - 8 * word), to - from);
+        });
     });
     std::memset(out.bytes + 4 * stored, 0, 4 * (out.count - stored));
 }
@@ -84,8 +82,8 @@ Residue Ntt64Engine::forward(const TransformPlan& plan, const GlobalTwiddleTable
                              void* work, u64 tasks) const {
     const Shape shape = shape_of(plan);
     Transform transform(shape, table, work, tasks);
-    const Residues residues = residues_in(operand, shape);
-    for (unsigned i = 0; i < 3; ++i) transform.forward(i, a, residues.x[i]);
+    auto* const x = static_cast<Point*>(operand);
+    for (unsigned i = 0; i < transform.primes(); ++i) transform.forward(i, a, x + i * shape.points());
     return transform.residue(a);
 }
 
@@ -93,29 +91,30 @@ void Ntt64Engine::multiply(const TransformPlan& plan, const GlobalTwiddleTable& 
                            void* work, u64 tasks) const {
     const Shape shape = shape_of(plan);
     Transform transform(shape, table, work, tasks);
-    const Residues x = residues_in(a, shape);
-    for (unsigned i = 0; i < 3; ++i) transform.multiply(i, x.x[i], static_cast<const Point*>(b) + i * shape.points());
+    auto* const x = static_cast<Point*>(a);
+    for (unsigned i = 0; i < transform.primes(); ++i)
+        transform.multiply(i, x + i * shape.points(), static_cast<const Point*>(b) + i * shape.points());
 }
 
 void Ntt64Engine::inverse(const TransformPlan& plan, const GlobalTwiddleTable& table, void* operand, Window out,
                           const Residue* expected, void* work, u64 tasks) const {
     const Shape shape = shape_of(plan);
     Transform transform(shape, table, work, tasks);
-    const Residues residues = residues_in(operand, shape);
-    for (unsigned i = 0; i < 3; ++i) transform.inverse(i, residues.x[i]);
-    finish(transform, shape, residues, out, expected, tasks);
+    auto* const x = static_cast<Point*>(operand);
+    for (unsigned i = 0; i < transform.primes(); ++i) transform.inverse(i, x + i * shape.points());
+    finish(transform, shape, x, out, expected, tasks);
 }
 
 void Ntt64Engine::product(const TransformPlan& plan, const GlobalTwiddleTable& table, void* a, Residue a_residue,
                           Operand b, Window out, bool check, void* work, u64 tasks) const {
     const Shape shape = shape_of(plan);
     auto* const y = static_cast<Point*>(work);
-    Transform transform(shape, table, static_cast<u8*>(work) + 8 * shape.points(), tasks);
-    const Residues residues = residues_in(a, shape);
-    for (unsigned i = 0; i < 3; ++i) transform.product(i, residues.x[i], b, y);
+    Transform transform(shape, table, static_cast<u8*>(work) + shape.bits() / 8, tasks);
+    auto* const x = static_cast<Point*>(a);
+    for (unsigned i = 0; i < transform.primes(); ++i) transform.product(i, x + i * shape.points(), b, y);
     const Residue b_residue = b.bytes == nullptr || !check ? a_residue : transform.residue(b);
     const Residue expected{kernels::residue_mul(a_residue.value, b_residue.value)};
-    finish(transform, shape, residues, out, check ? &expected : nullptr, tasks);
+    finish(transform, shape, x, out, check ? &expected : nullptr, tasks);
 }
 
 }  // namespace

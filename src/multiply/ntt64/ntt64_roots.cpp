@@ -26,15 +26,16 @@ void fill_prime(PrimeRoots& roots, const PrimeSet& set, unsigned i) {
         const u64 power = set.odd_radices ? pow_mod(set.not_power[i][j], (p - 1) / odd_radix(j), p) : 1;
         roots.radix[j] = power;
     }
-    roots.unused = 0;
+    for (u64& word : roots.unused) word = 0;
 }
 
 }  // namespace
 
 void build_roots(void* at) noexcept {
     Roots& roots = *static_cast<Roots*>(at);
-    for (unsigned s = 0; s < 2; ++s) {
-        for (unsigned i = 0; i < 3; ++i) fill_prime(roots.primes[s][i], prime_sets[s], i);
+    PrimeRoots* const sets[] = {roots.wide, roots.longest, roots.narrow};
+    for (unsigned s = 0; s < 3; ++s) {
+        for (unsigned i = 0; i < prime_sets[s].count; ++i) fill_prime(sets[s][i], prime_sets[s], i);
     }
 }
 

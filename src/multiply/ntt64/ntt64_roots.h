@@ -20,11 +20,15 @@ struct PrimeRoots {
     u64 ladder[64];
     u64 inverse_ladder[64];
     u64 radix[3];
-    u64 unused;
+    u64 unused[5];
 };
 
 struct Roots {
-    PrimeRoots primes[2][3];
+    PrimeRoots wide[3], longest[3], narrow[6];
+
+    const PrimeRoots& of(unsigned set, unsigned i) const {
+        return (set == 0 ? wide : set == 1 ? longest : narrow)[i];
+    }
 };
 inline constexpr u64 roots_bytes = sizeof(Roots);
 static_assert(roots_bytes % 64 == 0);

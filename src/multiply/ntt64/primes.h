@@ -23,24 +23,39 @@ constexpr u64 inverse_of_odd(u64 p) {
     return x;
 }
 
+inline constexpr unsigned most_primes = 6;
+
 struct PrimeSet {
-    u64 primes[3];      // descending
+    unsigned count;
+    unsigned point_words;
     unsigned exponent;  // 2^exponent divides every p - 1
     bool odd_radices;   // so do 3, 5 and 7
+    u64 primes[most_primes];
     // Smallest non-residues: of squares, and of cubes, fifth and seventh powers.
-    u64 not_square[3];
-    u64 not_power[3][3];
+    u64 not_square[most_primes];
+    u64 not_power[most_primes][3];
 };
 
-// Points are 64 bits wide. The first set's product exceeds 2^128 * 7 * 2^48 by 9 bits; the second, which serves the
-// longest lengths alone and as powers of two, exceeds 2^128 * 2^56 by 1 bit.
-inline constexpr PrimeSet prime_sets[2] = {
-    {{0x7deb000000000001, 0x7bde000000000001, 0x79d1000000000001},
+// Points of one word modulo three primes below 2^63: the first set's product exceeds 2^128 * 7 * 2^48 by 9 bits; the second,
+// which serves the longest lengths alone and as powers of two, exceeds 2^128 * 2^56 by 1 bit. Points of two words modulo
+// six primes below 2^50, for vector kernels: the product exceeds 2^256 * 7 * 2^36 by 4.7 bits.
+inline constexpr unsigned wide_set = 0, longest_set = 1, narrow_set = 2;
+inline constexpr PrimeSet prime_sets[3] = {
+    {3,
+     1,
      48,
      true,
+     {0x7deb000000000001, 0x7bde000000000001, 0x79d1000000000001},
      {19, 17, 19},
      {{2, 2, 2}, {2, 2, 2}, {7, 2, 2}}},
-    {{0x5700000000000001, 0x3a00000000000001, 0x1b00000000000001}, 56, false, {5, 3, 5}, {}},
+    {3, 1, 56, false, {0x5700000000000001, 0x3a00000000000001, 0x1b00000000000001}, {5, 3, 5}, {}},
+    {6,
+     2,
+     36,
+     true,
+     {0x3ffc000000001, 0x3f2a000000001, 0x3e58000000001, 0x3b79000000001, 0x3aa7000000001, 0x396c000000001},
+     {11, 19, 31, 11, 17, 13},
+     {{5, 2, 2}, {2, 5, 2}, {2, 3, 2}, {2, 2, 2}, {2, 3, 2}, {2, 2, 2}}},
 };
 
 constexpr unsigned odd_radix(unsigned i) { return 3 + 2 * i; }  // 3, 5, 7

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "multiply/ntt64/kernel_table.h"
-#include "multiply/ntt64/primes.h"
 
 namespace kvt::multiply::ntt64 {
 
@@ -21,6 +20,16 @@ Shape shape_for(u64 bits) noexcept {
     return best;
 }
 
+Shape narrowed(const Shape& shape) noexcept {
+    if (shape.set != wide_set || shape.exponent <= least_narrow_exponent ||
+        shape.exponent - 1 > prime_sets[narrow_set].exponent)
+        return shape;
+    Shape narrow = shape;
+    narrow.set = narrow_set;
+    narrow.exponent -= 1;
+    return narrow;
+}
+
 WorkLayout work_layout(const Shape& shape) noexcept {
     WorkLayout layout{};
     const auto rounded = [](u64 bytes) { return (bytes + 63) & ~u64{63}; };
@@ -36,7 +45,7 @@ WorkLayout work_layout(const Shape& shape) noexcept {
         ++layout.nested_stages;
         exponent -= levels;
     }
-    layout.block_table_bytes = rounded(sizeof(Twiddle) << (exponent - leaf_exponent));
+    layout.block_table_bytes = rounded(sizeof(Twiddle) << (exponent - 2));
     layout.buffer_bytes = rounded(rows * group_points * 8);
     return layout;
 }

@@ -2,13 +2,14 @@
 // How a transform of a length is laid out: its stages and the scratch they need. See docs/ntt64.md.
 
 #include "frame/types.h"
+#include "multiply/ntt64/primes.h"
 
 namespace kvt::multiply::ntt64 {
 
-inline constexpr unsigned leaf_exponent = 2;   // polynomials of degree below 4 are multiplied directly
-inline constexpr unsigned least_exponent = 3;  // of a transform
-inline constexpr u64 group_points = 8;         // columns taken at once: one cache line
-inline constexpr u64 part_limit = 256;         // of tasks
+inline constexpr unsigned least_exponent = 3;         // of a transform with points of one word
+inline constexpr unsigned least_narrow_exponent = 6;  // with points of two
+inline constexpr u64 group_points = 8;                // columns taken at once: one cache line
+inline constexpr u64 part_limit = 256;                // of tasks
 
 struct Shape {
     unsigned set = 0;  // of primes
@@ -19,7 +20,7 @@ struct Shape {
     u64 row_limit = 4096;          // of a column stage
 
     u64 points() const { return u64{radix} << exponent; }
-    u64 bits() const { return 64 * points(); }
+    u64 bits() const { return 64 * prime_sets[set].point_words * points(); }
 
     // Levels that the column stage of a node of r * 2^e points splits; 0: none is needed.
     unsigned stage_levels(unsigned r, unsigned e) const {
@@ -32,8 +33,11 @@ struct Shape {
     }
 };
 
-// Smallest shape of at least this many bits; points() is 0 beyond 2^62 bits.
+// Smallest shape of at least this many bits, with points of one word; the radix is 0 beyond 2^62 bits.
 Shape shape_for(u64 bits) noexcept;
+
+// The same length with points of two words, where the six primes reach; else the shape itself.
+Shape narrowed(const Shape& shape) noexcept;
 
 // Scratch beside operands, in bytes from a 64-byte boundary: what all tasks share, then a part for each.
 struct WorkLayout {

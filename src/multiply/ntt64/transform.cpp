@@ -10,16 +10,22 @@
 namespace kvt::multiply::ntt64 {
 namespace {
 
-const Kernels& active_kernels() noexcept {
+const Kernels& kernels_for(const Shape& shape) noexcept {
+    if (shape.set == narrow_set) return kernels_avx512ifma;
     return kernels::active_levels().word == kernels::WordLevel::adx ? kernels_adx : kernels_scalar;
 }
 
-constexpr u64 quotient_of(u64 w, u64 p) { return static_cast<u64>((static_cast<u128>(w) << 64) / p); }
-constexpr Twiddle twiddle_of(u64 w, u64 p) { return {w, quotient_of(w, p)}; }
-constexpr u64 shift_mod(u64 w, u64 p) { return static_cast<u64>((static_cast<u128>(w) << 64) % p); }  // w * 2^64
+constexpr u64 quotient_of(u64 w, u64 p, unsigned bits) {
+    return static_cast<u64>((static_cast<u128>(w) << bits) / p);
+}
+constexpr Twiddle twiddle_of(u64 w, u64 p, unsigned bits) { return {w, quotient_of(w, p, bits)}; }
+constexpr u64 shift_mod(u64 w, u64 p, unsigned bits) { return static_cast<u64>((static_cast<u128>(w) << bits) % p); }
 constexpr u64 half_mod(u64 w, u64 p) { return w / 2 + (w % 2 != 0 ? p / 2 + 1 : 0); }
 
-constexpr Modulus modulus_of(u64 p) { return {p, inverse_of_odd(p), quotient_of(1, p)}; }
+Modulus modulus_of(u64 p, unsigned bits) {
+    const u64 limb1 = shift_mod(1, p, bits), limb2 = shift_mod(limb1, p, bits);
+    return {p, inverse_of_odd(p), quotient_of(1, p, bits), twiddle_of(limb1, p, bits), twiddle_of(limb2, p, bits)};
+}
 
 // z^t for t < r, z of order r; z = 1 for r = 1.
 u64 radix_power(const PrimeRoots& roots, unsigned radix, unsigned t, u64 p) {
@@ -28,44 +34,54 @@ u64 radix_power(const PrimeRoots& roots, unsigned radix, unsigned t, u64 p) {
     return power;
 }
 
-RadixConstants radix_constants(const PrimeRoots& roots, unsigned radix, bool back, u64 p) {
+RadixConstants radix_constants(const PrimeRoots& roots, unsigned radix, bool back, u64 p, unsigned bits) {
     RadixConstants c{};
     for (unsigned t = 0; t < radix; ++t) {
         const u64 a = radix_power(roots, radix, t, p), b = radix_power(roots, radix, (radix - t) % radix, p);
-        c.even[t] = shift_mod(half_mod(add_mod(a, b, p), p), p);
-        c.odd[t] = shift_mod(half_mod(back ? add_mod(b, p - a, p) : add_mod(a, p - b, p), p), p);
+        c.even[t] = shift_mod(half_mod(add_mod(a, b, p), p), p, bits);
+        c.odd[t] = shift_mod(half_mod(back ? add_mod(b, p - a, p) : add_mod(a, p - b, p), p), p, bits);
     }
     return c;
 }
 
-// The inverses that the joining of a set's residues needs.
+// Inverses of the odd radices, and of what the joining divides by; compiled, so that a transform takes no powers.
 struct SetInverses {
-    u64 p1_2, p1_3, p2_3;
-    u64 odd[3][4];  // of radix 1, 3, 5, 7, modulo each prime
+    u64 odd[most_primes][4];    // of radix 1, 3, 5, 7, modulo each prime
+    u64 p1_2, p1_3, p2_3;       // of a prime modulo a later one
+    u64 cofactor[most_primes];  // of the product of the other primes
 };
 constexpr SetInverses set_inverses(const PrimeSet& set) {
     const u64* const p = set.primes;
-    SetInverses s{invert_mod(p[0] % p[1], p[1]), invert_mod(p[0] % p[2], p[2]), invert_mod(p[1] % p[2], p[2]), {}};
-    for (unsigned i = 0; i < 3; ++i) {
+    SetInverses s{};
+    s.p1_2 = invert_mod(p[0] % p[1], p[1]);
+    s.p1_3 = invert_mod(p[0] % p[2], p[2]);
+    s.p2_3 = invert_mod(p[1] % p[2], p[2]);
+    for (unsigned i = 0; i < set.count; ++i) {
         for (unsigned j = 0; j < 4; ++j) s.odd[i][j] = invert_mod(2 * j + 1, p[i]);
+        u64 cofactor = 1;
+        for (unsigned j = 0; j < set.count; ++j) {
+            if (j != i) cofactor = mul_mod(cofactor, p[j] % p[i], p[i]);
+        }
+        s.cofactor[i] = invert_mod(cofactor, p[i]);
     }
     return s;
 }
-constexpr SetInverses inverses[2] = {set_inverses(prime_sets[0]), set_inverses(prime_sets[1])};
+constexpr SetInverses inverses[3] = {set_inverses(prime_sets[0]), set_inverses(prime_sets[1]),
+                                     set_inverses(prime_sets[2])};
 
 // The inverse transform leaves radix * 2^(exponent - leaf_exponent) times the product of the small polynomials, and
-// these are divided by 2^64.
-u64 scale_of(const Shape& shape, unsigned i) {
+// these are divided by 2^b.
+u64 scale_of(const Shape& shape, unsigned i, const Kernels& k) {
     const u64 p = prime_sets[shape.set].primes[i];
-    u64 scale = shift_mod(inverses[shape.set].odd[i][shape.radix / 2], p);
-    for (unsigned l = leaf_exponent; l < shape.exponent; ++l) scale = half_mod(scale, p);
+    u64 scale = shift_mod(inverses[shape.set].odd[i][shape.radix / 2], p, k.factor_bits);
+    for (unsigned l = k.leaf_exponent; l < shape.exponent; ++l) scale = half_mod(scale, p);
     return scale;
 }
 
-JoinConstants join_constants(const Shape& shape) {
+WideJoin wide_join(const Shape& shape, const Kernels& k) {
     const u64* const p = prime_sets[shape.set].primes;
     const SetInverses& inv = inverses[shape.set];
-    JoinConstants c{};
+    WideJoin c{};
     c.p1 = p[0];
     c.p2 = p[1];
     c.p3 = p[2];
@@ -73,12 +89,55 @@ JoinConstants join_constants(const Shape& shape) {
     c.p12_low = static_cast<u64>(p12);
     c.p12_high = static_cast<u64>(p12 >> 64);
     const u64 p12_3 = mul_mod(inv.p1_3, inv.p2_3, p[2]);
-    c.s1 = twiddle_of(scale_of(shape, 0), p[0]);
-    c.s2 = twiddle_of(mul_mod(scale_of(shape, 1), inv.p1_2, p[1]), p[1]);
-    c.v1_2 = twiddle_of(inv.p1_2, p[1]);
-    c.s3 = twiddle_of(mul_mod(scale_of(shape, 2), p12_3, p[2]), p[2]);
-    c.v1_3 = twiddle_of(p12_3, p[2]);
-    c.v2_3 = twiddle_of(inv.p2_3, p[2]);
+    c.s1 = twiddle_of(scale_of(shape, 0, k), p[0], 64);
+    c.s2 = twiddle_of(mul_mod(scale_of(shape, 1, k), inv.p1_2, p[1]), p[1], 64);
+    c.v1_2 = twiddle_of(inv.p1_2, p[1], 64);
+    c.s3 = twiddle_of(mul_mod(scale_of(shape, 2, k), p12_3, p[2]), p[2], 64);
+    c.v1_3 = twiddle_of(p12_3, p[2], 64);
+    c.v2_3 = twiddle_of(inv.p2_3, p[2], 64);
+    return c;
+}
+
+// Multiplies a number of 52-bit limbs.
+void multiply_limbs(u64* limbs, unsigned n, u64 factor) {
+    u128 carry = 0;
+    for (unsigned j = 0; j < n; ++j) {
+        carry += static_cast<u128>(limbs[j]) * factor;
+        limbs[j] = static_cast<u64>(carry) & ((u64{1} << 52) - 1);
+        carry >>= 52;
+    }
+}
+
+NarrowJoin narrow_join(const Shape& shape, const Kernels& k) {
+    const u64* const p = prime_sets[shape.set].primes;
+    NarrowJoin c{};
+    u64 product[6] = {1};
+    for (unsigned i = 0; i < 6; ++i) {
+        c.p[i] = p[i];
+        c.scale[i] = twiddle_of(mul_mod(scale_of(shape, i, k), inverses[shape.set].cofactor[i], p[i]), p[i], 52);
+        c.reciprocal[i] = 1 / static_cast<double>(p[i]);
+        c.cofactor[i][0] = 1;
+        for (unsigned j = 0; j < 6; ++j) {
+            if (j != i) multiply_limbs(c.cofactor[i], 5, p[j]);
+        }
+        multiply_limbs(product, 6, p[i]);
+    }
+    u64 borrow = 0;
+    for (unsigned j = 0; j < 6; ++j) {
+        const u64 difference = 0 - product[j] - borrow;
+        c.minus_product[j] = difference & ((u64{1} << 52) - 1);
+        borrow = difference >> 63;
+    }
+    return c;
+}
+
+JoinConstants join_constants(const Shape& shape, const Kernels& k) {
+    JoinConstants c{};
+    if (shape.set == narrow_set) {
+        c.narrow = narrow_join(shape, k);
+    } else {
+        c.wide = wide_join(shape, k);
+    }
     return c;
 }
 
@@ -91,7 +150,8 @@ u8* aligned(void* at) {
 Transform::Transform(const Shape& shape, const GlobalTwiddleTable& table, void* work, u64 tasks) noexcept
     : shape_(shape),
       layout_(work_layout(shape)),
-      kernels_(active_kernels()),
+      narrow_(shape.set == narrow_set),
+      kernels_(kernels_for(shape)),
       roots_(*roots_of(table)),
       tasks_(std::clamp<u64>(tasks, 1, part_limit)) {
     u8* const base = aligned(work);
@@ -114,12 +174,12 @@ void Transform::parallel(u64 items, const Body& body) const {
 }
 
 void Transform::select(unsigned i) noexcept {
-    prime_ = &roots_.primes[shape_.set][i];
+    prime_ = &roots_.of(shape_.set, i);
     const u64 p = prime_sets[shape_.set].primes[i];
-    modulus_ = modulus_of(p);
+    modulus_ = modulus_of(p, kernels_.factor_bits);
     if (shape_.radix > 1) {
-        radix_there_ = radix_constants(*prime_, shape_.radix, false, p);
-        radix_back_ = radix_constants(*prime_, shape_.radix, true, p);
+        radix_there_ = radix_constants(*prime_, shape_.radix, false, p, kernels_.factor_bits);
+        radix_back_ = radix_constants(*prime_, shape_.radix, true, p, kernels_.factor_bits);
     }
 }
 
@@ -140,9 +200,10 @@ void Transform::build_twiddles(Twiddle* out, const Node& node, unsigned levels, 
         for (unsigned l = 0; l < node.depth + levels; ++l) t = t * ((r + 1) / 2) % r;
         w = mul_mod(w, radix_power(*prime_, r, back ? r - t : t, p), p);
     }
+    const unsigned bits = kernels_.factor_bits;
     LevelScale scales[inner_levels];
     for (unsigned l = levels; l-- > 0; w = mul_mod(w, w, p)) {
-        scales[l] = {twiddle_of(w, p), twiddle_of(shift_mod(w, p), p)};
+        scales[l] = {twiddle_of(w, p, bits), twiddle_of(shift_mod(w, p, bits), p, bits)};
     }
     (back ? kernels_.inverse_twiddles : kernels_.twiddles)(out, prime_->inner, scales, levels, modulus_);
 }
@@ -155,14 +216,19 @@ void Transform::build_root_stage(bool there, bool back) noexcept {
     }
 }
 
-// Points first .. first + count of a, reduced; zero beyond its end.
+// Points first .. first + count of a, a multiple of 8; zero beyond its end.
 void Transform::cut(Point* out, Operand a, u64 first, u64 count) const noexcept {
-    const u64 whole = a.n / 2;
-    const u64 n = first < whole ? std::min(count, whole - first) : 0;
-    if (n != 0) kernels_.cut(out, reinterpret_cast<const Point*>(a.bytes) + first, n, modulus_);
-    if (n == count) return;
+    const u64 bytes = 8 * prime_sets[shape_.set].point_words, offset = first * bytes;
+    const u64 present = offset < 4 * a.n ? std::min(count * bytes, 4 * a.n - offset) : 0;
+    u64 n = present / (8 * bytes) * 8;
+    if (n != 0) kernels_.cut(out, reinterpret_cast<const Point*>(a.bytes + offset), n, modulus_);
+    if (const u64 rest = present - n * bytes; rest != 0) {
+        u64 tail[16] = {};
+        std::memcpy(tail, a.bytes + offset + n * bytes, rest);
+        kernels_.cut(out + n, tail, 8, modulus_);
+        n += 8;
+    }
     std::memset(out + n, 0, 8 * (count - n));
-    if (a.n % 2 != 0 && first + n == whole) std::memcpy(out + n, a.bytes + 8 * whole, 4);
 }
 
 // Splits the columns of groups first .. last: they are gathered into a buffer in cache. Points come from the source's
@@ -170,14 +236,14 @@ void Transform::cut(Point* out, Operand a, u64 first, u64 count) const noexcept 
 void Transform::columns_forward(const Stage& stage, const Operand* source, Point* x, u64 first, u64 last,
                                 u8* part) const noexcept {
     const u64 g = std::min(stage.columns, group_points), m = g << stage.levels;
-    const u64 rows = u64{stage.radix} << stage.levels;
+    const u64 rows = u64{stage.radix} << stage.levels, point_bytes = 8 * prime_sets[shape_.set].point_words;
     Point* const buffer = reinterpret_cast<Point*>(part + layout_.part_bytes() - layout_.buffer_bytes);
     for (u64 group = first; group < last; ++group) {
         const u64 column = group * g;
         for (u64 row = 0; row < rows; ++row) {
             const u64 at = row * stage.columns + column;
             if (source != nullptr) {
-                __builtin_prefetch(source->bytes + 8 * std::min(at + g, source->n / 2));
+                __builtin_prefetch(source->bytes + std::min((at + g) * point_bytes, 4 * source->n));
                 cut(buffer + row * g, *source, at, g);
             } else {
                 __builtin_prefetch(x + at + g);
@@ -210,8 +276,8 @@ void Transform::columns_inverse(const Stage& stage, Point* x, u64 first, u64 las
 }
 
 void Transform::run_block(Step step, const Node& node, Point* x, Point* y, u8* part) const noexcept {
-    const u64 n = u64{1} << node.exponent, pairs = n >> (leaf_exponent + 1);
-    const unsigned levels = node.exponent - leaf_exponent;
+    const u64 n = u64{1} << node.exponent, pairs = n >> (kernels_.leaf_exponent + 1);
+    const unsigned levels = node.exponent - kernels_.leaf_exponent;
     const u64 p = modulus_.p;
     Twiddle* const there = reinterpret_cast<Twiddle*>(part);
     Twiddle* const back = reinterpret_cast<Twiddle*>(part + layout_.block_table_bytes);
@@ -313,27 +379,48 @@ void Transform::product(unsigned i, Point* x, Operand b, Point* y) noexcept {
     run_root_inverse(x);
 }
 
-void Transform::join(Point* const x[3]) noexcept {
-    const u64 n = shape_.points();
-    const JoinConstants constants = join_constants(shape_);
-    u64 carries[part_limit][2] = {};
+void Transform::join(Point* x) const noexcept {
+    const u64 points = shape_.points(), n = points * prime_sets[shape_.set].point_words;
+    const JoinConstants constants = join_constants(shape_, kernels_);
+    u64 carries[part_limit][3] = {};
     u64 ends[part_limit] = {};
-    const u64 chunks = std::min(tasks_, n / 4);
+    const u64 groups = points / 8, chunks = std::min(tasks_, groups);
     Threads::run_parts(chunks, [&](u64 i) {
-        const Threads::Share share = Threads::share_of(n, chunks, i);
-        const u64 at = share.first;
-        kernels_.join(x[0] + at, x[1] + at, x[2] + at, share.last - at, constants, carries[i]);
-        ends[i] = share.last;
+        const Threads::Share share = Threads::share_of(groups, chunks, i);
+        kernels_.join(x + 8 * share.first, points, 8 * (share.last - share.first), constants, carries[i]);
+        ends[i] = share.last * 8 * prime_sets[shape_.set].point_words;
     });
     // What a chunk carries out is added to the words after it, around the end: 2^bits = 1.
     for (u64 i = 0; i < chunks; ++i) {
         u64 carry = 0;
-        for (u64 j = 0, at = ends[i] % n; j < 2 || carry != 0; ++j, at = at + 1 == n ? 0 : at + 1) {
-            const u128 sum = static_cast<u128>(x[0][at]) + (j < 2 ? carries[i][j] : 0) + carry;
-            x[0][at] = static_cast<u64>(sum);
+        for (u64 j = 0, at = ends[i] % n; j < 3 || carry != 0; ++j, at = at + 1 == n ? 0 : at + 1) {
+            Point& word = x[place(at)];
+            const u128 sum = static_cast<u128>(word) + (j < 3 ? carries[i][j] : 0) + carry;
+            word = static_cast<u64>(sum);
             carry = static_cast<u64>(sum >> 64);
         }
     }
+}
+
+Residue Transform::joined_residue(const Point* x) const noexcept {
+    const u64 words = shape_.points() * prime_sets[shape_.set].point_words;
+    if (!narrow_) return residue({reinterpret_cast<const u8*>(x), 2 * words});
+    constexpr u64 batch = 512;
+    u64 residues[part_limit] = {};
+    parallel((words + batch - 1) / batch, [&](u64 first, u64 last, u64 i) {
+        u64 buffer[batch];
+        for (u64 b = first; b < last; ++b) {
+            const u64 at = b * batch, n = std::min(batch, words - at);
+            joined(x, at, n,
+                   [&](u64 j, const u8* bytes, u64 count) { std::memcpy(buffer + (j - at), bytes, 8 * count); });
+            const u64 value = kernels::residue_of(buffer, 2 * n);
+            residues[i] =
+                kernels::residue_add(residues[i], kernels::residue_shift(value, static_cast<i64>(at % 61 * 64)));
+        }
+    });
+    u64 sum = 0;
+    for (u64 r : residues) sum = kernels::residue_add(sum, r);
+    return {sum};
 }
 
 Residue Transform::residue(Operand a) const noexcept {

@@ -15,15 +15,22 @@ class Transform {
     // min(tasks, part_limit) tasks.
     Transform(const Shape& shape, const GlobalTwiddleTable& table, void* work, u64 tasks) noexcept;
 
-    // Each works modulo prime i (0, 1, 2) on arrays of shape.points() points.
+    unsigned primes() const { return prime_sets[shape_.set].count; }
+
+    // Each works modulo prime i on arrays of shape.points() points.
     void forward(unsigned i, Operand a, Point* x) noexcept;            // x = transform of a
     void multiply(unsigned i, Point* x, const Point* y) noexcept;      // x = x * y, pointwise; null y squares
     void inverse(unsigned i, Point* x) noexcept;                       // back, up to a scale
     void product(unsigned i, Point* x, Operand b, Point* y) noexcept;  // x * transform of b, and back; y is work
 
-    // Joins the three arrays, which inverse() or product() left; the product's words replace those of x[0]. Reduces
-    // modulo 2^bits - 1.
-    void join(Point* const x[3]) noexcept;
+    // Joins the arrays, one after the other at x, that inverse() or product() left: x then holds the words of the product
+    // modulo 2^bits - 1 in some order of its own.
+    void join(Point* x) const noexcept;
+    // The joined words first .. first + count, in pieces: store(index of the piece's first word, bytes, words).
+    template <class Store>
+    void joined(const Point* x, u64 first, u64 count, const Store& store) const;
+    // Of the joined number, modulo 2^61 - 1.
+    Residue joined_residue(const Point* x) const noexcept;
 
     // Modulo 2^61 - 1.
     Residue residue(Operand a) const noexcept;
@@ -54,6 +61,8 @@ class Transform {
     void run_root_forward(Operand a, Point* x) const noexcept;
     void run_root_inverse(Point* x) const noexcept;
     void select(unsigned i) noexcept;
+    // Where word i is put by join().
+    u64 place(u64 i) const { return narrow_ ? (i >> 3 & 1) * shape_.points() + (i >> 4 << 3) + (i & 7) : i; }
 
     u64 groups(const Stage& stage) const {
         return stage.columns / (stage.columns < group_points ? stage.columns : group_points);
@@ -66,6 +75,7 @@ class Transform {
 
     const Shape shape_;
     const WorkLayout layout_;
+    const bool narrow_;
     const Kernels& kernels_;
     const Roots& roots_;
     u64 tasks_;
@@ -75,5 +85,14 @@ class Transform {
     Modulus modulus_{};
     RadixConstants radix_there_{}, radix_back_{};
 };
+
+template <class Store>
+void Transform::joined(const Point* x, u64 first, u64 count, const Store& store) const {
+    for (u64 i = first, end = first + count; i < end;) {
+        const u64 n = narrow_ ? (8 - i % 8 < end - i ? 8 - i % 8 : end - i) : end - i;
+        store(i, reinterpret_cast<const u8*>(x + place(i)), n);
+        i += n;
+    }
+}
 
 }  // namespace kvt::multiply::ntt64

@@ -57,24 +57,25 @@ bool is_prime(u64 n) {
 TEST(Ntt64Constants, PrimesHoldEveryCoefficient) {
     for (const PrimeSet& set : prime_sets) {
         double bits = 0;
-        for (u64 p : set.primes) {
+        for (unsigned i = 0; i < set.count; ++i) {
+            const u64 p = set.primes[i];
             EXPECT_TRUE(is_prime(p)) << p;
-            EXPECT_LT(p, u64{1} << 63);
+            EXPECT_LT(p, u64{1} << (set.point_words == 1 ? 63 : 50));
             EXPECT_EQ((p - 1) & ((u64{1} << set.exponent) - 1), 0u);
             EXPECT_TRUE(!set.odd_radices || (p - 1) % 105 == 0);
             bits += std::log2(static_cast<double>(p));
         }
         const double longest = set.exponent + (set.odd_radices ? std::log2(7.0) : 0);
-        EXPECT_GE(bits, 128 + longest + 1);
+        EXPECT_GE(bits, 128 * set.point_words + longest + (set.point_words == 1 ? 1 : 4));
     }
 }
 
 TEST(Ntt64Constants, RootsHaveTheirExactOrders) {
     const Roots& roots = *roots_of(test_table());
-    for (unsigned s = 0; s < 2; ++s) {
+    for (unsigned s = 0; s < 3; ++s) {
         const PrimeSet& set = prime_sets[s];
-        for (unsigned i = 0; i < 3; ++i) {
-            const PrimeRoots& r = roots.primes[s][i];
+        for (unsigned i = 0; i < set.count; ++i) {
+            const PrimeRoots& r = roots.of(s, i);
             const u64 p = set.primes[i];
             EXPECT_EQ(r.ladder[0], 1u);
             EXPECT_EQ(r.ladder[1], p - 1);
@@ -225,22 +226,31 @@ void check_product(u64 bits, u64 LA, u64 LB, Pattern pattern_a, Pattern pattern_
     EXPECT_TRUE(run.intact());
 }
 
-class Ntt64 : public testing::TestWithParam<kernels::WordLevel> {
+class Ntt64 : public testing::TestWithParam<kernels::Levels> {
   protected:
-    Ntt64() : scope_({kernels::VectorLevel::avx512ifma, GetParam()}) {}
+    Ntt64() : scope_(GetParam()) {}
     void SetUp() override {
-        if (kernels::active_levels().word != GetParam()) GTEST_SKIP() << "not on this machine";
+        const kernels::Levels active = kernels::active_levels();
+        if (active.word != GetParam().word || active.vector != GetParam().vector)
+            GTEST_SKIP() << "not on this machine";
     }
 
   private:
     LevelScope scope_;
 };
-INSTANTIATE_TEST_SUITE_P(Levels, Ntt64, testing::Values(kernels::WordLevel::scalar, kernels::WordLevel::adx),
-                         [](const auto& info) { return std::string(kernels::level_name(info.param)); });
+INSTANTIATE_TEST_SUITE_P(Levels, Ntt64,
+                         testing::Values(kernels::Levels{kernels::VectorLevel::scalar, kernels::WordLevel::scalar},
+                                         kernels::Levels{kernels::VectorLevel::scalar, kernels::WordLevel::adx},
+                                         kernels::Levels{kernels::VectorLevel::avx512ifma, kernels::WordLevel::adx}),
+                         [](const auto& info) {
+                             return std::string(info.param.vector == kernels::VectorLevel::scalar
+                                                    ? kernels::level_name(info.param.word)
+                                                    : kernels::level_name(info.param.vector));
+                         });
 
 TEST_P(Ntt64, EveryRadixFromItsFirstLength) {
     Rng rng(641);
-    for (unsigned e = 3; e <= (long_products ? 8u : 4u); ++e) {
+    for (unsigned e = 3; e <= (long_products ? 9u : 4u); ++e) {
         for (u64 r : {1u, 3u, 5u, 7u}) {
             const u64 points = r << e;
             for (Pattern pattern : hard_patterns) {
@@ -267,29 +277,40 @@ TEST_P(Ntt64, LongerTransformsInAllStages) {
     check_product<u32>(64 << 15, 40'001, 2'345, Pattern::random, Pattern::runs, 3, rng);
 }
 
-// Small blocks and few rows nest the column stages as in the longest transforms, with both sets of primes.
-TEST_P(Ntt64, NestedStagesAndTheSecondPrimes) {
+// Small blocks and few rows nest the column stages as in the longest transforms, with every set of primes.
+TEST_P(Ntt64, NestedStagesWithEverySet) {
     Rng rng(643);
-    for (unsigned set : {0u, 1u}) {
-        for (unsigned radix = 1; radix <= (set == 0 ? 7u : 1u); radix += 2) {
-            for (unsigned e = 3; e <= (long_products ? 13u : 9u); ++e) {
-                const Shape shape{.set = set, .radix = radix, .exponent = e, .block_exponent = 4, .row_limit = 16};
-                const u64 points = shape.points(), tasks = 1 + e % 3;
+    const bool narrow = kernels::active_levels().vector == kernels::VectorLevel::avx512ifma;
+    for (unsigned set : {wide_set, longest_set, narrow_set}) {
+        if (narrow != (set == narrow_set)) continue;
+        for (unsigned radix = 1; radix <= (prime_sets[set].odd_radices ? 7u : 1u); radix += 2) {
+            const unsigned block = narrow ? 6 : 4;
+            for (unsigned e = narrow ? 6 : 3; e <= (long_products ? 13u : narrow ? 10u : 9u); ++e) {
+                const Shape shape{
+                    .set = set, .radix = radix, .exponent = e, .block_exponent = block, .row_limit = 16};
+                const u64 points = shape.points(), words = shape.bits() / 64, tasks = 1 + e % 3;
                 SCOPED_TRACE(testing::Message() << "set " << set << ", " << radix << " << " << e);
                 const WorkLayout layout = work_layout(shape);
-                EXPECT_TRUE(e < 9 || layout.nested_stages >= 1);
+                EXPECT_TRUE(e < block + 5 || layout.nested_stages >= 1);
                 const Scratch work(layout.shared_bytes() + tasks * layout.part_bytes() + 63, rng.below(64));
-                FencedWords<u64> a(points / 2), b(points - points / 2);
+                FencedWords<u64> a(words / 2), b(words - words / 2);
                 fill(hard_patterns[e % std::size(hard_patterns)], a.data(), a.size(), rng);
-                fill(Pattern::all_ones, b.data(), b.size(), rng);
-                std::vector<u64> x(3 * points), y(points);
-                Point* const arrays[3] = {x.data(), x.data() + points, x.data() + 2 * points};
+                fill(e % 2 == 0 ? Pattern::all_ones : Pattern::random, b.data(), b.size(), rng);
                 Transform transform(shape, test_table(), work.data(), tasks);
-                for (unsigned i = 0; i < 3; ++i) transform.forward(i, operand_of(a), arrays[i]);
-                for (unsigned i = 0; i < 3; ++i) transform.product(i, arrays[i], operand_of(b), y.data());
-                transform.join(arrays);
+                std::vector<u64> x(transform.primes() * points), y(points);
+                for (unsigned i = 0; i < transform.primes(); ++i) {
+                    transform.forward(i, operand_of(a), x.data() + i * points);
+                    transform.product(i, x.data() + i * points, operand_of(b), y.data());
+                }
+                transform.join(x.data());
+                std::vector<u64> out(words);
+                transform.joined(x.data(), 0, words, [&](u64 at, const u8* bytes, u64 count) {
+                    std::memcpy(out.data() + at, bytes, 8 * count);
+                });
                 const std::vector<u8> want = expected_product(a, b, shape.bits());
-                EXPECT_EQ(std::memcmp(x.data(), want.data(), want.size()), 0);
+                EXPECT_EQ(std::memcmp(out.data(), want.data(), want.size()), 0);
+                EXPECT_EQ(transform.joined_residue(x.data()).value,
+                          reference::residue(want.data(), want.size(), kernels::residue_modulus));
                 EXPECT_TRUE(work.intact());
             }
         }
