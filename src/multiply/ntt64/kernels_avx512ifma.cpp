@@ -331,15 +331,15 @@ void join(Point* x, std::size_t stride, std::size_t n, const JoinConstants& cons
             limbs[j + 1] = _mm512_add_epi64(limbs[j + 1], _mm512_srli_epi64(limbs[j], 52));
             limbs[j] = _mm512_and_si512(limbs[j], mask);
         }
-        alignas(64) u64 w[5][8];
+        u64 w[5][8];
         const auto word = [&](unsigned j, unsigned right) {
             return _mm512_or_si512(_mm512_srli_epi64(limbs[j], right), _mm512_slli_epi64(limbs[j + 1], 52 - right));
         };
-        _mm512_store_si512(w[0], word(0, 0));
-        _mm512_store_si512(w[1], word(1, 12));
-        _mm512_store_si512(w[2], word(2, 24));
-        _mm512_store_si512(w[3], word(3, 36));
-        _mm512_store_si512(w[4], word(4, 48));
+        _mm512_storeu_si512(w[0], word(0, 0));
+        _mm512_storeu_si512(w[1], word(1, 12));
+        _mm512_storeu_si512(w[2], word(2, 24));
+        _mm512_storeu_si512(w[3], word(3, 36));
+        _mm512_storeu_si512(w[4], word(4, 48));
         for (unsigned k = 0; k < 8; ++k) {
             u128 s = static_cast<u128>(w[0][k]) + c0;
             Point* const out = x + (k < 4 ? 0 : stride) + i + 2 * (k % 4);
