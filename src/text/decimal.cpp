@@ -5,8 +5,8 @@
 
 #include "frame/exceptions.h"
 #include "text/decimal_core.h"
+#include "text/medium_integer.h"
 #include "text/radix.h"
-#include "text/short_integer.h"
 
 namespace kvt::text {
 
@@ -14,9 +14,6 @@ using objects::BigFloat;
 using objects::BigInt;
 
 namespace {
-
-// Integers of up to so many 64-bit words are divided directly.
-constexpr u64 short_words = 56;
 
 template <class W>
 u64 integer_digit_words(u64 L) noexcept {
@@ -54,17 +51,20 @@ void check_fraction(const FloatString& digits) {
         raise_redundancy_failure("BigInt::to_string_dec()", "The scaled integer has a fraction.\n");
 }
 
-// Copies the words into 64-bit ones in the scratch memory and divides there.
+// Copies the words into 64-bit ones in the scratch memory and converts there.
 template <class W>
-char* write_short(const BasicParameters& params, char* buffer, const BigInt<W>& x) {
+char* write_directly(const BasicParameters& params, char* buffer, const BigInt<W>& x) {
     const u64 n = (x.L * sizeof(W) + 7) / 8;
-    require_capacity(params.memory_bytes, 8 * n, "BigInt::to_string_dec()");
+    const u64 needed = 8 * (n + medium_scratch_words(n));
+    if (params.memory_bytes < needed) raise_buffer_too_small("BigInt::to_string_dec()", params.memory_bytes, needed);
     u64* const words = static_cast<u64*>(params.memory);
     words[n - 1] = 0;
     std::memcpy(words, x.T, x.L * sizeof(W));
     char* const end = buffer + integer_buffer_bytes<W>(x.L) - 1;
     *end = '\0';
-    char* first = write_short_decimal(end, words, n);
+    char* first = write_medium_decimal(end, words, n, words + n);
+    if (first == nullptr)
+        raise_redundancy_failure("BigInt::to_string_dec()", "A digit's remainder is not one half.\n");
     if (!x.sign) *--first = '-';
     return first;
 }
@@ -97,7 +97,7 @@ char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const Bi
 template <class W>
 char* to_string_dec(const BasicParameters& params, char* buffer, const BigInt<W>& x) {
     if (x.L == 0) return write_literal(buffer, "0");
-    if (x.L * sizeof(W) <= 8 * short_words) return write_short(params, buffer, x);
+    if (x.L * sizeof(W) <= 8 * longest_medium_words) return write_directly(params, buffer, x);
     return to_string_dec_scaled(params, buffer, x);
 }
 

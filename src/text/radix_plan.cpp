@@ -13,6 +13,9 @@ namespace {
 // Blocks of fewer digit words than twice this are converted by repeated multiplication.
 constexpr u64 smallest_bottom = 24;
 
+// Products of blocks of up to so many bits are direct: their short power makes that cheaper than a transform.
+constexpr u64 direct_block_bits = 160 * 64;
+
 // The lowest levels always run in one task.
 constexpr u64 sequential_levels = 8;
 
@@ -54,7 +57,9 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
         level.power_transform = nullptr;
         // Both halves of a split use the level's one set-up.
         const u64 words = block_words(plan, level.half_digit_words);
-        level.engine = &multiply::threshold_table<W>().select(words).engine();
+        level.engine = words * word_bits<W> <= direct_block_bits
+                           ? &multiply::direct_engine()
+                           : &multiply::threshold_table<W>().select(words).engine();
         level.transform = level.engine->plan_wrapped(words * word_bits<W>);
         const bool both_fit = level.transform.wrap_bits >= words * word_bits<W>;
         if (!both_fit) fatal_exit("kvt_CBRv2_ci_btrf_ap_make(): Thread Inconsistancy");

@@ -21,12 +21,31 @@ namespace {
 
 constexpr const char* location = "BigInt::set_string_dec()";
 
+// Fewer digit words are read row by row, without a plan.
+constexpr u64 shortest_split_words = 48;
+
 template <class W>
 void plan_reading(RadixPlan<W>& plan, u64 digits, u64 tasks) {
     const u64 n = (digits + Decimal<W>::digits - 1) / Decimal<W>::digits;
     const u64 useful = multiply::useful_tasks(tasks, n * word_bits<W>);
     const i32 code = make_radix_plan<W>(plan, Decimal<W>::base, n, useful, Direction::read);
     if (code != 0) raise_generic(code, location, nullptr);
+}
+
+// Quadratic: out = out * base + digit word, for the digit words [first, first + m) of the count digits before end,
+// counted from the least significant. Returns the length.
+template <class W>
+u64 read_rows(W* out, const char* end, u64 count, u64 first, u64 m) noexcept {
+    u64 n = 0;
+    for (u64 i = first + m; i-- > first;) {
+        const u64 below = i * Decimal<W>::digits;  // digits less significant than this word's
+        const u64 width = std::min<u64>(count - below, Decimal<W>::digits);
+        bool ok = true;
+        const u64 digit_word = read_digits(end - below - width, static_cast<unsigned>(width), ok);
+        const W carry = kernels::mul_ir(out, n, Decimal<W>::base, static_cast<W>(digit_word));
+        if (carry != 0) out[n++] = carry;
+    }
+    return n;
 }
 
 template <class W>
@@ -37,7 +56,7 @@ class Reading {
 
     // out := the digit words [first, first + m), counted from the least significant; returns the length.
     u64 run(W* out, u64 first, u64 m, u64 tasks, u64 depth, u8* work) const {
-        if (m <= plan_.bottom) return run_directly(out, first, m);
+        if (m <= plan_.bottom) return read_rows(out, end_, count_, first, m);
         const RadixLevel<W>& level = plan_.level[plan_.splitting_level(m)];
         const u64 s = level.half_digit_words;
         W* const upper = reinterpret_cast<W*>(work);
@@ -54,20 +73,6 @@ class Reading {
     }
 
   private:
-    // Quadratic: out = out * base + digit word.
-    u64 run_directly(W* out, u64 first, u64 m) const {
-        u64 n = 0;
-        for (u64 i = first + m; i-- > first;) {
-            const u64 below = i * Decimal<W>::digits;  // digits less significant than this word's
-            const u64 width = std::min<u64>(count_ - below, Decimal<W>::digits);
-            bool ok = true;
-            const u64 digit_word = read_digits(end_ - below - width, static_cast<unsigned>(width), ok);
-            const W carry = kernels::mul_ir(out, n, plan_.base, static_cast<W>(digit_word));
-            if (carry != 0) out[n++] = carry;
-        }
-        return n;
-    }
-
     // upper := upper * odd^s, in place.
     u64 multiply_by_power(const RadixLevel<W>& level, W* upper, u64 n, u64 tasks, u8* work) const {
         if (n == 0) return 0;
@@ -159,6 +164,8 @@ u64 read_decimal_bytes(u64 digits, u64 tasks) {
 
 template <class W>
 u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count) {
+    const u64 n = (count + Decimal<W>::digits - 1) / Decimal<W>::digits;
+    if (n < shortest_split_words) return read_rows(out, digits + count, count, 0, n);
     RadixPlan<W> plan;
     plan_reading(plan, count, params.tasks);
     const GlobalTwiddleTable* table = params.table;

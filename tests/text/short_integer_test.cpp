@@ -4,9 +4,12 @@
 
 #include <string>
 
+#include "kernels/direct.h"
 #include "support/fenced.h"
+#include "support/levels.h"
 #include "support/operands.h"
 #include "text/digits.h"
+#include "text/medium_integer.h"
 
 namespace kvt::text {
 namespace {
@@ -73,6 +76,27 @@ TEST(ShortDecimal, PowersOfTenAndTheirNeighbours) {
             carry = static_cast<u64>(t >> 64);
         }
         if (carry != 0) power.push_back(carry);
+    }
+}
+
+TEST(MediumDecimal, AgreesWithDivisionAtEveryLengthAndLevel) {
+    for (const kernels::Levels level : test::all_levels()) {
+        test::LevelScope scope(level);
+        Rng rng(8);
+        for (u64 n = 1; n <= longest_medium_words; n += 1 + n / 24) {
+            for (Pattern pattern : test::hard_patterns) {
+                std::vector<u64> words = test::words<u64>(pattern, n, rng), copy = words;
+                test::FencedBytes buffer(20 * n), other(20 * n);
+                test::FencedWords<u64> scratch(medium_scratch_words(n));
+                char* end = reinterpret_cast<char*>(buffer.data() + buffer.size());
+                char* other_end = reinterpret_cast<char*>(other.data() + other.size());
+                const char* first = write_medium_decimal(end, words.data(), n, scratch);
+                ASSERT_NE(first, nullptr);
+                EXPECT_EQ(std::string(first, static_cast<const char*>(end)),
+                          std::string(write_short_decimal(other_end, copy.data(), n), other_end))
+                    << "n " << n;
+            }
+        }
     }
 }
 
