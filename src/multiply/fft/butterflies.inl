@@ -34,13 +34,6 @@ struct Complex {
     return {Vec::fms(x.re, x.re, Vec::mul(x.im, x.im)), Vec::mul(Vec::add(x.re, x.re), x.im)};
 }
 
-// A root of unity, the same in all lanes or one a lane.
-struct Root {
-    double re, im;
-};
-constexpr Root times_i(Root x) { return {-x.im, x.re}; }
-inline Root mul(Root x, Root y) { return {x.re * y.re - x.im * y.im, x.re * y.im + x.im * y.re}; }
-[[gnu::always_inline]] inline Complex broadcast(Root x) { return {Vec::broadcast(x.re), Vec::broadcast(x.im)}; }
 [[gnu::always_inline]] inline Complex times_i(Complex x) { return {Vec::sub(Vec::zero(), x.im), x.re}; }
 
 // (u, v) -> (u + c v, u - c v)

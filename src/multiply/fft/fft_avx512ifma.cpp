@@ -15,6 +15,7 @@ namespace {
 #include "multiply/fft/roots.inl"
 #include "multiply/fft/lane_roots.inl"
 #include "multiply/fft/leaf64.inl"
+#include "multiply/fft/leaves.inl"
 #include "multiply/fft/tree.inl"
 #include "multiply/fft/first_pass.inl"
 #include "multiply/fft/cut.inl"

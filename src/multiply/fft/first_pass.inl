@@ -22,7 +22,7 @@ struct FirstPass<1> {
 template <>
 struct FirstPass<2> {
     Complex c;
-    explicit FirstPass(const FftShape& shape) : c(broadcast(Node{shape, 0, 0}.root(1))) {}
+    explicit FirstPass(const FftShape& shape) : c(Node(shape, 0).root(1)) {}
     [[gnu::always_inline]] void forward(Complex* x) const { forward2(x[0], x[1], c); }
     [[gnu::always_inline]] void forward_real(Complex* x) const { forward2_real(x[0], x[1]); }
     [[gnu::always_inline]] void inverse(Complex* x) const { inverse2(x[0], x[1], c); }
@@ -31,7 +31,7 @@ struct FirstPass<2> {
 template <>
 struct FirstPass<4> {
     Roots4 w;
-    explicit FirstPass(const FftShape& shape) : w(roots4({shape, 0, 0})) {}
+    explicit FirstPass(const FftShape& shape) : w(roots4({shape, 0})) {}
     [[gnu::always_inline]] void forward(Complex* x) const { forward4(x, w); }
     [[gnu::always_inline]] void forward_real(Complex* x) const {
         forward2_real(x[0], x[2]);
@@ -47,7 +47,7 @@ struct FirstPass<4> {
 template <>
 struct FirstPass<8> {
     Roots8 w;
-    explicit FirstPass(const FftShape& shape) : w(roots8({shape, 0, 0})) {}
+    explicit FirstPass(const FftShape& shape) : w(roots8({shape, 0})) {}
     [[gnu::always_inline]] void forward(Complex* x) const { forward8(x, w); }
     [[gnu::always_inline]] void forward_real(Complex* x) const {
         for (int k = 0; k < 4; ++k) forward2_real(x[k], x[k + 4]);
@@ -91,7 +91,7 @@ struct OddPass {
     explicit OddPass(const FftShape& shape) {
         for (u64 k = 1; k < Radix; ++k) {
             const double* block = shape.roots + 8 * Radix + 8 * k;  // level 16 Radix, entry 4k
-            w[k] = broadcast({block[0], block[4]});
+            w[k] = {Vec::broadcast(block[0]), Vec::broadcast(block[4])};
         }
     }
     [[gnu::always_inline]] void forward(Complex* x) const {
