@@ -127,7 +127,7 @@ void phases(u64 n, const GlobalTwiddleTable& table, unsigned rounds) {
         u64 first = row.radix;
         if (row.radix == 1) {
             const int e = __builtin_ctzll(half / leaf);
-            first = e <= 1 ? u64{1} << e : e % 2 == 0 ? 4 : k->lanes == 8 ? 8 : 2;
+            first = e <= 1 ? u64{1} << e : k->lanes == 8 ? (e == 3 ? 2 : 4) : (e % 2 == 0 ? 4 : 2);
         }
         const FftShape shape{fft_twiddles(table, row.radix).start, row.radix, half, row.bits, first, false};
         double* x = reinterpret_cast<double*>(p.memory);

@@ -120,6 +120,5 @@ void cut(const FftShape& shape, const FftSource& source, double* x, u64 begin, u
         case 3: return cut_radix<3>(shape, source, x, begin, end);
         case 4: return cut_radix<4>(shape, source, x, begin, end);
         case 5: return cut_radix<5>(shape, source, x, begin, end);
-        case 8: return cut_radix<8>(shape, source, x, begin, end);
     }
 }

@@ -30,12 +30,13 @@ const FftKernels& kernels_for(u64 half) noexcept {
     return level == VectorLevel::scalar ? fft_kernels_scalar : fft_kernels_avx2;
 }
 
-// Radix of the first pass, so that radix 4 (and what the leaves hold) makes up the rest.
+// Radix of the first pass: as much as its fusion with the cutting gains, as measured.
 u64 first_radix(const FftKernels& kernels, u64 radix, u64 half) noexcept {
     if (radix != 1) return radix;
     const int e = std::countr_zero(half) - 2 * std::countr_zero(kernels.lanes);
     if (e <= 1) return u64{1} << e;
-    return e % 2 == 0 ? 4 : kernels.lanes == 8 ? 8 : 2;
+    if (kernels.lanes == 8) return e == 3 ? 2 : 4;
+    return e % 2 == 0 ? 4 : 2;
 }
 
 // The table must hold the levels of the code, as every caller that goes through the covered length has seen to.
@@ -53,6 +54,7 @@ void require_levels(const GlobalTwiddleTable& table, const FftParameters& row) {
 
 // One transform: its length, its kernels, how it is divided.
 struct Transform {
+    const kernels::FloatState state;  // of the calling thread, as long as the transform is at work
     FftShape shape;
     const FftKernels& kernels;
     u64 parts;
@@ -76,9 +78,10 @@ struct Transform {
     u64 blocks() const { return shape.split ? 4 * shape.first_radix : shape.first_radix; }
     u64 packed_bytes() const { return 2 * shape.half / 8 * shape.bits; }
 
-    // Runs piece(begin, end) over shares of [0, n) that cover it.
+    // Runs piece(begin, end, part) over shares of [0, n) that cover it.
     template <class Piece>
     void divide(u64 n, Piece&& piece) const {
+        if (parts == 1) return piece(u64{0}, n, u64{0});
         Threads::run_parts(parts, [&](u64 i) {
             const kernels::FloatState state;
             const auto [begin, end] = Threads::share_of(n, parts, i);

@@ -1,4 +1,4 @@
-// The first pass, which splits the whole modulo t^half - i: radix 1, 2, 4, 8, or 3 and 5 where the length has that
+// The first pass, which splits the whole modulo t^half - i: radix 1, 2, 4, or 3 and 5 where the length has that
 // factor. forward_real takes points without imaginary parts.
 
 template <int Radix>
@@ -42,19 +42,6 @@ struct FirstPass<4> {
         x[2] = add_i(d0, d), x[3] = sub_i(d0, d);
     }
     [[gnu::always_inline]] void inverse(Complex* x) const { inverse4(x, w); }
-};
-
-template <>
-struct FirstPass<8> {
-    Roots8 w;
-    explicit FirstPass(const FftShape& shape) : w(roots8({shape, 0})) {}
-    [[gnu::always_inline]] void forward(Complex* x) const { forward8(x, w); }
-    [[gnu::always_inline]] void forward_real(Complex* x) const {
-        for (int k = 0; k < 4; ++k) forward2_real(x[k], x[k + 4]);
-        forward4(x, w.plus);
-        forward4(x + 4, w.minus);
-    }
-    [[gnu::always_inline]] void inverse(Complex* x) const { inverse8(x, w); }
 };
 
 // Discrete transforms of three and five points; Sign is that of i in the exponent.
@@ -142,6 +129,5 @@ void last(const FftShape& shape, double* x, u64 begin, u64 end) {
         case 3: return last_pass<3>(shape, x, begin, end);
         case 4: return last_pass<4>(shape, x, begin, end);
         case 5: return last_pass<5>(shape, x, begin, end);
-        case 8: return last_pass<8>(shape, x, begin, end);
     }
 }

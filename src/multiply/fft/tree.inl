@@ -105,6 +105,16 @@ void tree(double* x, const double* a, u64 points, const Node& node) {
         case 16:
             if constexpr (Vec::lanes == 4) return base<mode, 16>(x, a, node);
     }
+    // Beyond the first cache a pass costs memory: three passes of radix 4 are made two of radix 8 and the base's.
+    if constexpr (Vec::lanes == 8) {
+        if (points >= 64 * leaf_points && __builtin_ctzll(points) % 2 == 0) {
+            const u64 eighth = points / 4;
+            if constexpr (goes_forward(mode)) pass8_forward(x, points, node);
+            for (u64 i = 0; i < 8; ++i) tree<mode>(x + eighth * i, a + eighth * i, points / 8, node.child8(i));
+            if constexpr (goes_back(mode)) pass8_inverse(x, points, node);
+            return;
+        }
+    }
     const u64 quarter = points / 2;
     if constexpr (goes_forward(mode)) pass4_forward(x, points, node, 0, quarter);
     for (u64 i = 0; i < 4; ++i) tree<mode>(x + quarter * i, a + quarter * i, points / 4, node.child4(i));
@@ -117,7 +127,6 @@ Node block_node(const FftShape& shape, u64 i) {
     switch (shape.first_radix) {
         case 2: return root.child2(i);
         case 4: return root.child4(i);
-        case 8: return root.child8(i);
         default: return {shape, i};
     }
 }
@@ -129,7 +138,6 @@ void blocks(const FftShape& shape, double* x, const double* a, u64 begin, u64 en
         // As in tree(): leaves are best transformed together.
         if (shape.first_radix == 2) return leaves<mode, 2>(x, a, Node(shape, 0));
         if (shape.first_radix == 4) return leaves<mode, 4>(x, a, Node(shape, 0));
-        if (shape.first_radix == 8 && Vec::lanes == 8) return leaves<mode, 8>(x, a, Node(shape, 0));
     }
     for (u64 i = begin; i < end; ++i) {
         const Node node = shape.split ? block_node(shape, i / 4).child4(i % 4) : block_node(shape, i);
