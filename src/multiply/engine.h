@@ -95,6 +95,10 @@ class TransformEngine {
 const TransformEngine& fft_engine() noexcept;
 const TransformEngine& ntt32_engine() noexcept;
 const TransformEngine& ntt64_engine() noexcept;
+
+// The same transforms modulo 2^wrap_bits + 1 (wrap_sign -1), for operands up to the whole wrap_bits. Windows must
+// start at word 0 and be longer than wrap_bits: the word after them is 1 where the result is 2^wrap_bits.
+const TransformEngine& ntt32_negacyclic_engine() noexcept;
 const TransformEngine& direct_engine() noexcept;
 
 }  // namespace kvt::multiply

@@ -262,4 +262,9 @@ const TransformEngine& ntt32_engine() noexcept {
     return engine;
 }
 
+const TransformEngine& ntt32_negacyclic_engine() noexcept {
+    static constinit const ntt32::Engine engine(true);
+    return engine;
+}
+
 }  // namespace kvt::multiply

@@ -101,11 +101,13 @@ void join_points(const Joiner& joiner, const u32* const* residues, u64 n, u8* lo
         index[o] = static_cast<u8>((byte < 8 ? 0 : 64) + 8 * (point % 8) + byte % 8);
     }
     const V pack[2] = {_mm512_loadu_si512(index), _mm512_loadu_si512(index + 64)};
+    constexpr unsigned bias_limb = (31 * primes - 1) / 52;
+    const V bias = set64(joiner.centred ? u64{1} << ((31 * primes - 1) % 52) : 0);
     const V mask = set64(low52), offset = set64(u64{1} << (joiner.centred ? 29 : 25));
     for (u64 k = 0; k < n; k += lanes) {
         V sum[limbs + 1], quotient = offset;
 #pragma GCC unroll 8
-        for (unsigned j = 0; j <= limbs; ++j) sum[j] = zero();
+        for (unsigned j = 0; j <= limbs; ++j) sum[j] = j == bias_limb ? bias : zero();
 #pragma GCC unroll 9
         for (unsigned i = 0; i < primes; ++i) {
             const V p = set64(joiner.p[i]);

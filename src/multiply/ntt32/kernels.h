@@ -40,7 +40,9 @@ struct Joiner {
     const std::uint32_t* p;
     // Per prime: what a residue is multiplied by, as a plain residue; includes the powers of R of the kernel.
     std::uint32_t scale[9];
-    bool centred;  // coefficients of either sign, below half the product in absolute value
+    // Coefficients of either sign, below half the product in absolute value: 2^(31 primes - 1) is added to them, so that
+    // their third digit is positive; it is 2^(31 - primes) too large then.
+    bool centred;
     // floor(2^58 / p) and floor(2^82 / p)
     std::uint32_t quotient28[9];
     std::uint64_t quotient52[9];

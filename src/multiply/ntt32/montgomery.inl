@@ -358,6 +358,7 @@ template <unsigned primes>
 void join_points(const Joiner& joiner, const u32* const* residues, u64 n, u8* low, u8* middle, u8* high) {
     constexpr unsigned limbs = (31 * primes + 27) / 28, point_bytes = 2 * (primes - 1),
                        words = (28 * limbs + 63) / 64;
+    constexpr unsigned bias_bits = 31 * primes - 1;
     const V mask = set64((1u << 28) - 1);
     Factor scale[primes];
     for (unsigned i = 0; i < primes; ++i) {
@@ -375,6 +376,7 @@ void join_points(const Joiner& joiner, const u32* const* residues, u64 n, u8* lo
             V quotient = set64(u64{1} << (joiner.centred ? 57 : 53));
 #pragma GCC unroll 11
             for (unsigned j = 0; j < limbs; ++j) sum[j] = set64(0);
+            if (joiner.centred) sum[bias_bits / 28] = set64(u64{1} << bias_bits % 28);
             for (unsigned i = 0; i < primes; ++i) {
                 const V x = widen(scaled[i] + half);
                 quotient = add64(quotient, mul64(x, set64(joiner.quotient28[i])));

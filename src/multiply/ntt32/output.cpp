@@ -49,6 +49,7 @@ struct Streams {
     static constexpr u64 bytes = (chunk_points + 2) * max_point_bytes + 64;
     alignas(64) u8 low[bytes], middle[bytes], high[bytes];
     alignas(64) u8 words[chunk_points * max_point_bytes + 64];
+    alignas(64) u8 bias[chunk_points * max_point_bytes];
 };
 
 class PartWriter {
@@ -60,18 +61,27 @@ class PartWriter {
     void run(u64 first_point, u64 last_point, OutputPart& part) const {
         const u64 step = layout_.shape.point_bytes(), n_points = layout_.shape.points();
         Streams s;
-        // The digits that the points before spill into this part.
+        // The digits that the points before spill into this part. Modulo 2^wrap_bits + 1 those of the last points are
+        // subtracted in the end; at the bottom stands what the bias of two points would give.
         join((first_point + n_points - lead_points) % n_points, lead_points, s.low, s.middle, s.high);
         std::memmove(s.middle, s.middle + (lead_points - 1) * step, step);
         std::memmove(s.high, s.high + (lead_points - 2) * step, 2 * step);
+        if (joiner_.centred) {
+            for (unsigned k = 0; k < chunk_points; ++k) put_bias(s.bias + k * step, step);
+            if (first_point == 0) {
+                std::memset(s.middle, 0, step);
+                for (unsigned k = 0; k < 2; ++k) put_bias(s.high + k * step, step);
+            }
+        }
         const u64 words = chunk_points * step / 8;
         part = OutputPart{};
         part.first_word = first_point * step / 8;
         part.last_word = last_point * step / 8;
-        u64 at = part.first_word;
+        u64 at = part.first_word, carry = 0, borrow = 0;
         for (u64 k = first_point; k < last_point; k += chunk_points, at += words) {
             join(k, chunk_points, s.low, s.middle + step, s.high + 2 * step);
-            part.carry = kernels_.add_streams(s.low, s.middle, s.high, words, s.words, part.carry);
+            carry = kernels_.add_streams(s.low, s.middle, s.high, words, s.words, carry);
+            if (joiner_.centred) borrow = subtract(s.words, s.bias, words, borrow);
             std::memcpy(s.middle, s.middle + chunk_points * step, step);
             std::memcpy(s.high, s.high + chunk_points * step, 2 * step);
             const u64 residue = kernels::residue_of(s.words, 2 * words);
@@ -79,9 +89,40 @@ class PartWriter {
             part.residue = kernels::residue_add(part.residue, kernels::residue_shift(residue, shift));
             keep(s.words, 2 * at, 2 * words, part);
         }
+        part.carry = static_cast<i64>(carry) - static_cast<i64>(borrow);
+        if (joiner_.centred && last_point == n_points) part.spill = spill(s, step);
     }
 
   private:
+    u32 bias() const { return u32{1} << (31 - joiner_.primes); }
+    void put_bias(u8* digit, u64 step) const {
+        const u32 value = bias();
+        std::memset(digit, 0, step);
+        std::memcpy(digit, &value, 4);
+    }
+    static u64 subtract(u8* words, const u8* bias, u64 n, u64 borrow) {
+        for (u64 i = 0; i < n; ++i) {
+            u64 x, y;
+            std::memcpy(&x, words + 8 * i, 8);
+            std::memcpy(&y, bias + 8 * i, 8);
+            const u64 less = x < y || (x == y && borrow != 0) ? 1 : 0;
+            x -= y + borrow;
+            borrow = less;
+            std::memcpy(words + 8 * i, &x, 8);
+        }
+        return borrow;
+    }
+    // What the last two points spill over the top.
+    Spill spill(const Streams& s, u64 step) const {
+        Spill out;
+        out.add(s.middle, step, 0);
+        out.add(s.high, step, 0);
+        out.add(s.high + step, step, step / 2);
+        out.subtract(bias(), 0);
+        out.subtract(bias(), step / 2);
+        return out;
+    }
+
     void join(u64 point, u64 n, u8* low, u8* middle, u8* high) const {
         const Shape& shape = layout_.shape;
         const u64 at = (point >> shape.block_log) * shape.pitch + (point & ((u64{1} << shape.block_log) - 1));
@@ -110,7 +151,7 @@ class PartWriter {
     Window out_;
 };
 
-u64 add_to_words(u8* bytes, u64 n, u64 carry) {
+i64 add_to_words(u8* bytes, u64 n, i64 carry) {
     for (u64 i = 0; i < n && carry != 0; ++i) {
         u32 word;
         std::memcpy(&word, bytes + 4 * i, 4);
@@ -123,13 +164,38 @@ u64 add_to_words(u8* bytes, u64 n, u64 carry) {
 }
 
 // Adds a carry at the bottom of a part that is written already.
-u64 add_to_part(OutputPart& part, u64 carry, Window out) {
+i64 add_to_part(OutputPart& part, i64 carry, Window out) {
     if (carry != 0) carry = part.before.add(carry);
     const u64 begin = std::clamp(2 * part.first_word, out.first, out.first + out.count);
     const u64 end = std::clamp(2 * part.last_word, out.first, out.first + out.count);
     if (carry != 0) carry = add_to_words(out.bytes + 4 * (begin - out.first), end - begin, carry);
     if (carry != 0) carry = part.after.add(carry);
     return carry;
+}
+
+// words + over * 2^(32 n) = words - over modulo 2^(32 n) + 1; true as below.
+bool finish_wrap(u8* bytes, u64 n, i64 over) {
+    if (over == 0) return false;
+    i64 carry = add_to_words(bytes, n, -over);
+    if (carry < 0) carry = add_to_words(bytes, n, 1);  // zero less one: back to zero, which stands for 2^(32 n)
+    return carry != 0;
+}
+
+// words = words - spill modulo 2^(32 n) + 1; true: the result is 2^(32 n), the words are zero.
+bool subtract_spill(u8* bytes, u64 n, const Spill& spill) {
+    i64 carry = 0;
+    for (u64 i = 0; i < n; ++i) {
+        if (i >= Spill::words && carry == (spill.negative() ? -1 : 0)) {
+            return false;  // nothing changes above
+        }
+        u32 word;
+        std::memcpy(&word, bytes + 4 * i, 4);
+        carry += i64{word} - i64{spill.word[i < Spill::words ? i : Spill::words - 1]};
+        word = static_cast<u32>(carry);
+        carry >>= 32;
+        std::memcpy(bytes + 4 * i, &word, 4);
+    }
+    return finish_wrap(bytes, n, carry + (spill.negative() ? 1 : 0));
 }
 
 }  // namespace
@@ -147,7 +213,36 @@ void DroppedRun::append(const u8* bytes, u64 words) noexcept {
     n += words;
 }
 
-u64 DroppedRun::add(u64 carry) noexcept {
+void Spill::add(const u8* bytes, u64 n_bytes, u64 shift_halves) noexcept {
+    for (u64 i = 0; i < n_bytes; i += 2) {
+        const u64 at = shift_halves + i / 2, half = bytes[i] | u64{bytes[i + 1]} << 8;
+        i64 carry = static_cast<i64>(half << (16 * (at % 2)));
+        for (u64 j = at / 2; j < words && carry != 0; ++j) {
+            carry += word[j];
+            word[j] = static_cast<u32>(carry);
+            carry >>= 32;
+        }
+    }
+}
+
+void Spill::subtract(u32 value, u64 shift_halves) noexcept {
+    i64 carry = -static_cast<i64>(u64{value} << (16 * (shift_halves % 2)));
+    for (u64 j = shift_halves / 2; j < words && carry != 0; ++j) {
+        carry += word[j];
+        word[j] = static_cast<u32>(carry);
+        carry >>= 32;
+    }
+}
+
+void Spill::add_carry(i64 carry) noexcept {
+    for (u64 j = 0; j < words && carry != 0; ++j) {
+        carry += word[j];
+        word[j] = static_cast<u32>(carry);
+        carry >>= 32;
+    }
+}
+
+i64 DroppedRun::add(i64 carry) noexcept {
     if (n == 0) return carry;
     carry += first;
     first = static_cast<u32>(carry);
@@ -203,18 +298,27 @@ u64 write_output(const Layout& layout, const KernelTable& kernels, const u32* re
         writer.run(share.first * chunk_points, share.last * chunk_points, part(i));
     });
 
-    u64 residue = 0, carry = 0;
+    u64 residue = 0;
+    i64 carry = 0;
     for (u64 i = 0; i < n_parts; ++i) {
         OutputPart& p = part(i);
         residue = kernels::residue_add(residue,
                                        kernels::residue_shift(p.residue, static_cast<i64>(64 * p.first_word % 61)));
-        residue =
-            kernels::residue_add(residue, kernels::residue_shift(p.carry, static_cast<i64>(64 * p.last_word % 61)));
+        residue = kernels::residue_add(
+            residue, kernels::residue_shift(static_cast<u64>(p.carry), static_cast<i64>(64 * p.last_word % 61)));
         carry = add_to_part(p, carry, out) + p.carry;
+    }
+    const u64 all = 2 * part(n_parts - 1).last_word;
+    if (joiner.centred) {
+        Spill& spill = part(n_parts - 1).spill;
+        spill.add_carry(carry);
+        const bool top = subtract_spill(out.bytes, all, spill);
+        std::memset(out.bytes + 4 * all, 0, 4 * (out.count - all));
+        if (top) out.bytes[4 * all] = 1;
+        return 0;
     }
     for (u64 i = 0; i < n_parts && carry != 0; ++i) carry = add_to_part(part(i), carry, out);
 
-    const u64 all = 2 * part(n_parts - 1).last_word;
     if (out.first + out.count > all) {
         const u64 from = std::max(out.first, all);
         std::memset(out.bytes + 4 * (from - out.first), 0, 4 * (out.first + out.count - from));

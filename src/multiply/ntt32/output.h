@@ -14,13 +14,25 @@ struct DroppedRun {
     bool rest_ones = true;  // all words after the first are ones
 
     void append(const u8* bytes, u64 words) noexcept;
-    u64 add(u64 carry) noexcept;  // returns the carry out
+    i64 add(i64 carry) noexcept;  // returns the carry out; not negative
+};
+
+// A small signed number, two's complement.
+struct Spill {
+    static constexpr u64 words = 12;
+    u32 word[words] = {};
+
+    void add(const u8* bytes, u64 n_bytes, u64 shift_halves) noexcept;  // shifts are in units of 16 bits
+    void subtract(u32 value, u64 shift_halves) noexcept;
+    void add_carry(i64 carry) noexcept;
+    bool negative() const { return word[words - 1] >> 31 != 0; }
 };
 
 // What one part of the output leaves for its neighbours.
 struct OutputPart {
     u64 first_word, last_word;  // of the product, in 64-bit words
-    u64 carry;                  // out of the top
+    i64 carry;                  // out of the top
+    Spill spill;                // of the last part, modulo 2^wrap_bits + 1
     u64 residue;                // of the part's words
     DroppedRun before, after;   // the kept words lie between
 };

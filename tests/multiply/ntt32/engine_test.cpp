@@ -108,6 +108,79 @@ TEST_P(Ntt32Engine, EveryRowAtItsCapacity) {
     }
 }
 
+// words modulo 2^(32 n) - sign, n words and the top bit.
+std::vector<u32> wrapped(const std::vector<u32>& words, u64 n, int sign) {
+    std::vector<u32> out(n + 1);
+    for (u64 from = 0, negative = 0; from < words.size(); from += n, negative ^= sign < 0) {
+        i64 carry = 0;
+        for (u64 i = 0; i < n; ++i) {
+            const i64 x = from + i < words.size() ? words[from + i] : 0;
+            carry += i64{out[i]} + (negative ? -x : x);
+            out[i] = static_cast<u32>(carry);
+            carry >>= 32;
+        }
+        while (carry != 0) {  // over * 2^(32 n) = sign * over
+            i64 more = sign * carry;
+            carry = 0;
+            for (u64 i = 0; i < n && more != 0; ++i) {
+                more += out[i];
+                out[i] = static_cast<u32>(more);
+                more >>= 32;
+            }
+            carry = more;
+            if (sign < 0 && carry != 0 && std::all_of(out.begin(), out.end() - 1, [](u32 w) { return w == 0; })) {
+                out[n] = 1;
+                carry = 0;
+            }
+        }
+    }
+    return out;
+}
+
+TEST_P(Ntt32Engine, WrappedProductsOfWholeOperands) {
+    const test::LevelScope scope(GetParam());
+    const u64 limit = u64{1} << (KVNUM_HAVE_GMP ? 19 : 16);
+    const Roots roots(limit);
+    test::Rng rng(2);
+    for (u64 number = 0; number < 104; ++number) {
+        for (const bool negacyclic : {false, true}) {
+            const TransformEngine& engine = negacyclic ? ntt32_negacyclic_engine() : ntt32_engine();
+            TransformPlan plan = engine.plan(1);
+            ntt32::plan_row(plan, number, negacyclic);
+            if (plan.capacity_bits > limit) continue;
+            const u64 n = plan.wrap_bits / 32, tasks = 1 + number % 3;
+            SCOPED_TRACE(testing::Message() << "row " << number << (negacyclic ? " negacyclic" : " cyclic"));
+            for (Pattern pattern : {Pattern::random, Pattern::all_ones, Pattern::sparse, Pattern::runs}) {
+                std::vector<u32> a = test::words<u32>(pattern, n, rng), b = test::words<u32>(pattern, n, rng);
+                if (pattern == Pattern::runs) {  // 2^(32 n - 32) * 2^32 = -1
+                    std::fill(a.begin(), a.end(), 0);
+                    std::fill(b.begin(), b.end(), 0);
+                    a[n - 1] = b[1] = 1;
+                }
+                test::Scratch x(plan.operand_bytes, 8), y(plan.operand_bytes, 16);
+                test::Scratch work(plan.product_bytes + tasks * plan.task_bytes, 24);
+                std::vector<u32> out(n + 1, 0xa5a5a5a5);
+                const Operand oa{reinterpret_cast<const u8*>(a.data()), n},
+                    ob{reinterpret_cast<const u8*>(b.data()), n};
+                const Residue ra = engine.forward(plan, roots.table, oa, x.data(), work.data(), tasks);
+                engine.product(plan, roots.table, x.data(), ra, ob, {reinterpret_cast<u8*>(out.data()), 0, n + 1},
+                               false, work.data(), tasks);
+                std::vector<u32> expected = wrapped(reference::product(a, b), n, negacyclic ? -1 : 1);
+                ASSERT_TRUE(x.intact() && work.intact());
+                if (!negacyclic && out != expected) {  // 2^(32 n) - 1 stands for zero as well
+                    const auto all = [&](const std::vector<u32>& v, u32 word) {
+                        return std::all_of(v.begin(), v.end() - 1, [&](u32 w) { return w == word; });
+                    };
+                    ASSERT_TRUE((all(out, 0) || all(out, 0xffffffff)) &&
+                                (all(expected, 0) || all(expected, 0xffffffff)));
+                    continue;
+                }
+                for (u64 i = 0; i <= n; ++i) ASSERT_EQ(out[i], expected[i]) << "word " << i << " of " << n;
+            }
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Levels, Ntt32Engine, testing::ValuesIn(test::all_levels()),
                          [](const auto& info) { return std::string("level") + std::to_string(info.index); });
 
