@@ -46,7 +46,7 @@ WorkLayout work_layout(const Shape& shape) noexcept {
         exponent -= levels;
     }
     layout.block_table_bytes = rounded(sizeof(Twiddle) << (exponent - 2));
-    layout.buffer_bytes = rounded(rows * group_points * 8);
+    layout.buffer_bytes = rounded(8 * std::min(shape.points(), std::max(rows * line_points, buffer_points)));
     return layout;
 }
 

@@ -8,7 +8,8 @@ namespace kvt::multiply::ntt64 {
 
 inline constexpr unsigned least_exponent = 3;         // of a transform with points of one word
 inline constexpr unsigned least_narrow_exponent = 6;  // with points of two
-inline constexpr u64 group_points = 8;                // columns taken at once: one cache line
+inline constexpr u64 line_points = 8;                 // of a cache line: the least columns taken at once
+inline constexpr u64 buffer_points = 1 << 14;         // of columns taken at once, if that is more
 inline constexpr u64 part_limit = 256;                // of tasks
 
 struct Shape {
@@ -32,6 +33,13 @@ struct Shape {
         return (need + stages - 1) / stages;
     }
 };
+
+// Columns of a stage that are taken at once; all are powers of two.
+constexpr u64 group_of(u64 rows, u64 columns) {
+    u64 group = line_points;
+    while (2 * group * rows <= buffer_points) group *= 2;
+    return group < columns ? group : columns;
+}
 
 // Smallest shape of at least this many bits, with points of one word; the radix is 0 beyond 2^62 bits.
 Shape shape_for(u64 bits) noexcept;

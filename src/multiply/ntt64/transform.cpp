@@ -235,18 +235,20 @@ void Transform::cut(Point* out, Operand a, u64 first, u64 count) const noexcept 
 // words, or from x itself when it is null.
 void Transform::columns_forward(const Stage& stage, const Operand* source, Point* x, u64 first, u64 last,
                                 u8* part) const noexcept {
-    const u64 g = std::min(stage.columns, group_points), m = g << stage.levels;
-    const u64 rows = u64{stage.radix} << stage.levels, point_bytes = 8 * prime_sets[shape_.set].point_words;
+    const u64 rows = u64{stage.radix} << stage.levels;
+    const u64 g = group_of(rows, stage.columns), m = g << stage.levels;
+    const u64 point_bytes = 8 * prime_sets[shape_.set].point_words;
     Point* const buffer = reinterpret_cast<Point*>(part + layout_.part_bytes() - layout_.buffer_bytes);
     for (u64 group = first; group < last; ++group) {
         const u64 column = group * g;
         for (u64 row = 0; row < rows; ++row) {
             const u64 at = row * stage.columns + column;
             if (source != nullptr) {
-                __builtin_prefetch(source->bytes + std::min((at + g) * point_bytes, 4 * source->n));
+                for (u64 j = 0; j < g * point_bytes; j += 64)
+                    __builtin_prefetch(source->bytes + std::min((at + g) * point_bytes + j, 4 * source->n));
                 cut(buffer + row * g, *source, at, g);
             } else {
-                __builtin_prefetch(x + at + g);
+                for (u64 j = 0; j < g; j += line_points) __builtin_prefetch(x + at + g + j);
                 std::memcpy(buffer + row * g, x + at, 8 * g);
             }
         }
@@ -258,14 +260,14 @@ void Transform::columns_forward(const Stage& stage, const Operand* source, Point
 }
 
 void Transform::columns_inverse(const Stage& stage, Point* x, u64 first, u64 last, u8* part) const noexcept {
-    const u64 g = std::min(stage.columns, group_points), m = g << stage.levels;
     const u64 rows = u64{stage.radix} << stage.levels;
+    const u64 g = group_of(rows, stage.columns), m = g << stage.levels;
     Point* const buffer = reinterpret_cast<Point*>(part + layout_.part_bytes() - layout_.buffer_bytes);
     for (u64 group = first; group < last; ++group) {
         const u64 column = group * g;
         for (u64 row = 0; row < rows; ++row) {
             const u64 at = row * stage.columns + column;
-            __builtin_prefetch(x + at + g);
+            for (u64 j = 0; j < g; j += line_points) __builtin_prefetch(x + at + g + j);
             std::memcpy(buffer + row * g, x + at, 8 * g);
         }
         for (unsigned k = 0; k < stage.radix; ++k)

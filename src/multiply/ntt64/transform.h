@@ -65,7 +65,7 @@ class Transform {
     u64 place(u64 i) const { return narrow_ ? (i >> 3 & 1) * shape_.points() + (i >> 4 << 3) + (i & 7) : i; }
 
     u64 groups(const Stage& stage) const {
-        return stage.columns / (stage.columns < group_points ? stage.columns : group_points);
+        return stage.columns / group_of(u64{stage.radix} << stage.levels, stage.columns);
     }
     bool has_root_stage() const { return root_.radix > 1 || root_.levels > 0; }
     u8* part(u64 i) const { return parts_ + i * layout_.part_bytes(); }
