@@ -11,11 +11,10 @@ namespace {
 using kernels::VectorLevel;
 using kernels::WordLevel;
 
-// Transforms are slower, against AVX-512, by this percentage of their time.
-u64 transform_percent(VectorLevel level) noexcept {
+u64 percent_at(const EngineRung& rung, VectorLevel level) noexcept {
     switch (level) {
-        case VectorLevel::scalar: return 210;
-        case VectorLevel::avx2: return 127;
+        case VectorLevel::scalar: return rung.scalar_percent;
+        case VectorLevel::avx2: return rung.avx2_percent;
         default: return 100;
     }
 }
@@ -43,7 +42,7 @@ u64 direct_cost(u64 LA, u64 LB, bool square) noexcept {
 TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) noexcept {
     const u64 per_unit = rung.base_cost + rung.level_cost * static_cast<u64>(std::bit_width(plan.points));
     const u64 product = saturating_product(plan.operand_bytes / 8, per_unit) / 100 *
-                        transform_percent(kernels::active_levels().vector);
+                        percent_at(rung, kernels::active_levels().vector);
     return {product, product / 10 * 7, product / 10 * 7, product / 10 * 3};
 }
 

@@ -15,7 +15,8 @@ struct EngineRung {
     EngineSource source;
     u64 block_bits;             // blocks of up to this many bits are best formed by it
     u64 base_cost, level_cost;  // of a product, in picoseconds for 8 bytes of operand: base + level * log2(points)
-    const EngineRung* shorter;  // the next lower rung, or null
+    u64 scalar_percent, avx2_percent;  // of that cost, at the lower levels
+    const EngineRung* shorter;         // the next lower rung, or null
 };
 
 template <class W>
