@@ -13,8 +13,8 @@ const char* name_of(Pattern pattern) {
 
 void fill_bytes(Pattern pattern, void* data, std::size_t bytes, Rng& rng) {
     auto* p = static_cast<unsigned char*>(data);
-    std::memset(p, 0, bytes);
     if (bytes == 0) return;
+    std::memset(p, 0, bytes);
     switch (pattern) {
         case Pattern::random:
             for (std::size_t i = 0; i < bytes; i += 8) {
