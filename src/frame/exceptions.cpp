@@ -91,6 +91,10 @@ void raise_generic(i32 code, const char* location, const char* static_message) {
     raise_for_good(kv_exception(code, errors::title_generic, location, static_message));
 }
 
+void raise_parse_error(const char* location, std::string message) {
+    raise_for_good(Serialization::ParseException(location, std::move(message)));
+}
+
 void raise_no_algorithm() { raise_generic(errors::no_algorithm, nullptr, nullptr); }
 
 void raise_redundancy_failure(const char* location, const char* message) {

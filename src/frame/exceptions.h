@@ -109,6 +109,9 @@ inline void require_capacity(u64 present, u64 required, const char* location) {
 // A generic error: the title is "Generic Exception", the message says what happened (may be null).
 [[noreturn]] void raise_generic(i32 code, const char* location, const char* static_message);
 
+// Malformed text; the message says where.
+[[noreturn]] void raise_parse_error(const char* location, std::string message);
+
 // No multiplication algorithm covers a product's length.
 [[noreturn]] void raise_no_algorithm();
 

@@ -64,8 +64,7 @@ Digits parse(const char* text, u64 chars, const char* location) {
     if (chars - i >= 2 && text[i] == '0' && (text[i + 1] == 'x' || text[i + 1] == 'X')) i += 2;
     const u64 begin = i;
     while (i < chars && digit_of(text[i]) < 16) ++i;
-    if (i < chars || i == begin)
-        raise(Serialization::ParseException(location, "Invalid character at position " + to_decimal(i) + "."));
+    if (i < chars || i == begin) raise_parse_error(location, "Invalid character at position " + to_decimal(i) + ".");
     i = begin;
     while (i < chars && text[i] == '0') ++i;
     return {text + i, chars - i, sign};

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <exception>
 
 #include "frame/exceptions.h"
 #include "frame/format.h"
@@ -146,8 +145,7 @@ u64 skip_decimal_digits(const char* text, u64 from, u64 chars) noexcept {
 }
 
 void raise_invalid_character(const char* where, u64 position) {
-    raise(Serialization::ParseException(where, "Invalid character at position " + to_decimal(position) + "."));
-    std::terminate();
+    raise_parse_error(where, "Invalid character at position " + to_decimal(position) + ".");
 }
 
 template <class W>

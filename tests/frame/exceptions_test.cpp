@@ -144,6 +144,13 @@ TEST(RaiseTableTooSmall, NamesBothSizes) {
     EXPECT_EQ(error.code, 2);
 }
 
+TEST(RaiseParseError, CarriesItsMessage) {
+    const auto [error, printed] = thrown_by<Serialization::ParseException>([] { raise_parse_error("x", "at 5"); });
+    EXPECT_STREQ(error.title, "Parse Error");
+    EXPECT_STREQ(error.what(), "at 5");
+    EXPECT_EQ(error.code, 7);
+}
+
 TEST(RaiseNoAlgorithm, IsAPlainGenericError) {
     const auto [error, printed] = thrown_by<kv_exception>([] { raise_no_algorithm(); });
     EXPECT_EQ(printed, "\nException Encountered: Generic Exception\nError Code: -4\n\n");

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "multiply/dispatch.h"
 #include "multiply/product_support.h"
 #include "multiply/thresholds.h"
@@ -26,7 +28,7 @@ template <class W>
 ExactScratch scratch_for(u64 L, u64 tasks, Rng& rng) {
     MulSizeRecord record;
     mul_Psize<W>(record, L, tasks);
-    return ExactScratch(record.scratch_bytes, 16 * rng.below(4), tasks, table_for(longest_words));
+    return ExactScratch(record.scratch_bytes, 16 * rng.below(4), tasks, table_for(std::max(L, longest_words)));
 }
 
 // LA, LB in 64-bit words; 32-bit operands are one word shorter, so that lengths are odd.

@@ -5,15 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <cstring>
+#include <string>
 
-#include "frame/console.h"
 #include "frame/exceptions.h"
 #include "multiply/fft/fft_component.h"
 #include "multiply/fft/length_table.h"
 #include "multiply/guarded_block.h"
 #include "multiply/twiddle_builder.h"
+#include "support/child_process.h"
 
 namespace kvt::multiply {
 namespace {
@@ -29,8 +29,6 @@ void build_for_code(GlobalTwiddleTable& table, u64 code) {
     builder.fft.configure_code(code, 1);
     builder.build_into(table);
 }
-
-void say_on_stderr(void*, const char* text, u64 bytes, char) { std::fwrite(text, 1, bytes, stderr); }
 
 TEST(TwiddleTable, TopLevelsFollowTheTransformCode) {
     for (u64 code : {24u, 28u, 32u, 34u, 37u, 38u, 65u, 66u, 124u}) {
@@ -169,32 +167,40 @@ TEST(LengthTable, RowsAndCodes) {
     EXPECT_EQ(decode_fft_code(3).radix, 0u);
 }
 
-#if GTEST_HAS_DEATH_TEST
-TEST(GuardedBlockDeathTest, DamageIsReportedOnRelease) {
-    const auto release_damaged = [](long at) {
-        set_console_sink(say_on_stderr, nullptr);
-        auto* usable = static_cast<u8*>(allocate_guarded(100));
-        std::memset(usable, 0, 104);
-        usable[at] ^= 1;
-        release_guarded(usable);
-    };
-    EXPECT_DEATH(release_damaged(-8),
-                 "5451234810025522.*Array Bounds Checking: .*An array under-run has been detected");
-    EXPECT_DEATH(release_damaged(104),
-                 "5451234810025522.*Array Bounds Checking: .*An array over-run has been detected");
+void release_damaged(long at) {
+    auto* usable = static_cast<u8*>(allocate_guarded(100));
+    std::memset(usable, 0, 104);
+    usable[at] ^= 1;
+    release_guarded(usable);
 }
 
-TEST(GuardedBlockDeathTest, NoMemoryEndsTheProcess) {
-    const auto ask = [](u64 bytes) {
-        set_console_sink(say_on_stderr, nullptr);
-        allocate_guarded(bytes);
-    };
-#ifndef __SANITIZE_ADDRESS__  // which ends the process its own way
-    EXPECT_EXIT(ask(u64{1} << 62), testing::ExitedWithCode(1), "Memory Allocation Failure\\.");
-#endif
-    EXPECT_EXIT(ask(~u64{0}), testing::ExitedWithCode(1), "Memory Allocation Failure\\.");
+const test::ChildCase releases_an_under_run{"release_under_run", [] { release_damaged(-8); }};
+const test::ChildCase releases_an_over_run{"release_over_run", [] { release_damaged(104); }};
+
+TEST(GuardedBlock, DamageIsReportedOnRelease) {
+    for (auto [damage, report] : {std::pair(&releases_an_under_run, "An array under-run has been detected."),
+                                  std::pair(&releases_an_over_run, "An array over-run has been detected.")}) {
+        const test::ChildEnd end = damage->run();
+        EXPECT_TRUE(end.faulted);
+        EXPECT_EQ(end.output.find("5451234810025522\n"), 0u) << end.output;
+        EXPECT_NE(end.output.find(std::string("Array Bounds Checking: ") + report), std::string::npos) << end.output;
+    }
 }
+
+const test::ChildCase asks_for_too_much{"guarded_too_much", [] { allocate_guarded(u64{1} << 62); }};
+const test::ChildCase asks_for_an_overflow{"guarded_overflow", [] { allocate_guarded(~u64{0}); }};
+
+TEST(GuardedBlock, NoMemoryEndsTheProcess) {
+    for (const test::ChildCase* ask : {
+#ifndef __SANITIZE_ADDRESS__  // which ends the process its own way
+             &asks_for_too_much,
 #endif
+             &asks_for_an_overflow}) {
+        const test::ChildEnd end = ask->run();
+        EXPECT_TRUE(end.exited_with(1));
+        EXPECT_EQ(end.output, "Memory Allocation Failure.\n");
+    }
+}
 
 TEST(GuardedBlock, IntactBlocksAreReleased) {
     for (u64 bytes : {0u, 1u, 7u, 8u, 4096u}) {
