@@ -19,6 +19,9 @@ u64 percent_at(const EngineRung& rung, VectorLevel level) noexcept {
     }
 }
 
+// What a transform takes whatever its length: set-up and both ends of every pass.
+constexpr u64 fixed_transform_cost = 150'000;
+
 u64 saturating_product(u64 a, u64 b) noexcept {
     const u128 p = u128{a} * b;
     return p >> 62 != 0 ? u64{1} << 62 : static_cast<u64>(p);
@@ -43,7 +46,8 @@ TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) 
     const u64 per_unit = rung.base_cost + rung.level_cost * static_cast<u64>(std::bit_width(plan.points));
     const u64 product = saturating_product(plan.operand_bytes / 8, per_unit) / 100 *
                         percent_at(rung, kernels::active_levels().vector);
-    return {product, product / 10 * 7, product / 10 * 7, product / 10 * 3};
+    const u64 whole = product + fixed_transform_cost;
+    return {whole, whole / 10 * 8, whole / 10 * 7, whole / 10 * 3};
 }
 
 }  // namespace kvt::multiply
