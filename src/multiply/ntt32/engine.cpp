@@ -36,12 +36,12 @@ class Call {
           tasks_(std::max<u64>(tasks, 1)) {}
 
     void forward(Operand a) {
-        each_prime([&](unsigned i, u64 task) { transform(i, a, residues(i), task); },
+        const Shape shape = shape_of(a);
+        each_prime([&](unsigned i, u64 task) { transform(i, shape, a, residues(i), task); },
                    [&](unsigned i) {
                        top_forward(i, a, residues(i));
                        each_row([&](u64 row, u64 task) {
-                           kernels_.block_forward(prime(i), layout_.shape, row_at(residues(i), row), row,
-                                                  scratch(task));
+                           kernels_.block_forward(prime(i), shape, row_at(residues(i), row), row, scratch(task));
                        });
                    });
     }
@@ -71,8 +71,9 @@ class Call {
     }
 
     void product(Operand b) {
+        const Shape shape = b.bytes == nullptr ? layout_.shape : shape_of(b);
         const auto block = [&](unsigned i, u32* second, u64 row, u64 task) {
-            kernels_.block_product(prime(i), layout_.shape, row_at(residues(i), row),
+            kernels_.block_product(prime(i), shape, row_at(residues(i), row),
                                    second == nullptr ? nullptr : row_at(second, row), row, scratch(task));
         };
         each_prime(
@@ -80,8 +81,7 @@ class Call {
                 u32* second = nullptr;
                 if (b.bytes != nullptr) {
                     second = second_operand(task);
-                    kernels_.top_forward(prime(i), layout_.shape, b.bytes, 4 * b.n, second, 0, columns(),
-                                         scratch(task));
+                    kernels_.top_forward(prime(i), shape, b.bytes, 4 * b.n, second, 0, columns(), scratch(task));
                 }
                 all_rows([&](u64 row) { block(i, second, row, task); });
                 kernels_.top_inverse(prime(i), layout_.shape, residues(i), 0, columns(), scratch(task));
@@ -123,6 +123,11 @@ class Call {
     Prime prime(unsigned i) const {
         const PrimeRoots roots = roots_in(section_, layout_.row.set(), i);
         return {prime_sets[layout_.row.set()].primes[i], roots.inner, roots.steps};
+    }
+    Shape shape_of(Operand a) const {
+        Shape shape = layout_.shape;
+        shape.half_empty = shape.radix == 1 && 4 * a.n <= shape.points() / 2 * shape.point_bytes();
+        return shape;
     }
     u32* residues(unsigned i) const { return residues_ + i * layout_.prime_words; }
     u32* row_at(u32* rows, u64 row) const { return rows + row * layout_.shape.pitch; }
@@ -173,14 +178,14 @@ class Call {
         });
     }
 
-    void transform(unsigned i, Operand a, u32* rows, u64 task) {
-        kernels_.top_forward(prime(i), layout_.shape, a.bytes, 4 * a.n, rows, 0, columns(), scratch(task));
-        all_rows(
-            [&](u64 row) { kernels_.block_forward(prime(i), layout_.shape, row_at(rows, row), row, scratch(task)); });
+    void transform(unsigned i, const Shape& shape, Operand a, u32* rows, u64 task) {
+        kernels_.top_forward(prime(i), shape, a.bytes, 4 * a.n, rows, 0, columns(), scratch(task));
+        all_rows([&](u64 row) { kernels_.block_forward(prime(i), shape, row_at(rows, row), row, scratch(task)); });
     }
     void top_forward(unsigned i, Operand a, u32* rows) {
+        const Shape shape = shape_of(a);
         each_group([&](u64 begin, u64 end, u64 task) {
-            kernels_.top_forward(prime(i), layout_.shape, a.bytes, 4 * a.n, rows, begin, end, scratch(task));
+            kernels_.top_forward(prime(i), shape, a.bytes, 4 * a.n, rows, begin, end, scratch(task));
         });
     }
     void top_inverse(unsigned i) {

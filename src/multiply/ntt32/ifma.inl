@@ -118,13 +118,18 @@ AI Factor level_factor(const Levels& t, u64 at) { return {set64(t.w[at]), set64(
 // ---- butterflies of 2^log words a node ----
 // x[0 .. 2^log) are the parts of node q of a level. Splitting: with 5p added to the upper half of the inputs, four levels
 // lower a value by less than 4p + 2^25, so factors are positive; a pass raises it by less than 10p.
-template <unsigned log>
+// half_empty: the upper half is zero and is not read.
+template <unsigned log, bool half_empty = false>
 AI void split_parts(V* x, const Levels& t, unsigned level, u64 q, const Constants& c) {
     constexpr unsigned n = 1u << log;
 #pragma GCC unroll 16
     for (unsigned i = 0; i < n / 2; ++i) x[i] = add64(x[i], c.bias);
+    if constexpr (half_empty) {
+#pragma GCC unroll 16
+        for (unsigned i = 0; i < n / 2; ++i) x[n / 2 + i] = x[i];
+    }
 #pragma GCC unroll 4
-    for (unsigned l = 0; l < log; ++l) {
+    for (unsigned l = half_empty ? 1 : 0; l < log; ++l) {
         const unsigned half = n >> (l + 1);
 #pragma GCC unroll 16
         for (unsigned g = 0; g < 1u << l; ++g) {
@@ -164,7 +169,7 @@ AI void merge_parts(V* x, const Levels& t, unsigned level, u64 q, const Constant
 }
 
 // `nodes` consecutive nodes of n words each, 2^log parts a node.
-template <unsigned log, class Source>
+template <unsigned log, bool half_empty, class Source>
 [[gnu::noinline]] void split_pass(const Source* from, u64* to, u64 n, u64 nodes, const Levels& t, unsigned level,
                                   u64 q, const Constants& c0) {
     const Constants c = c0;
@@ -173,8 +178,8 @@ template <unsigned log, class Source>
         for (u64 k = 0; k < part; k += lanes) {
             V x[1u << log];
 #pragma GCC unroll 16
-            for (unsigned i = 0; i < 1u << log; ++i) x[i] = load(from + i * part + k);
-            split_parts<log>(x, t, level, q, c);
+            for (unsigned i = 0; i < (half_empty ? 1u << log >> 1 : 1u << log); ++i) x[i] = load(from + i * part + k);
+            split_parts<log, half_empty>(x, t, level, q, c);
 #pragma GCC unroll 16
             for (unsigned i = 0; i < 1u << log; ++i) store(to + i * part + k, x[i]);
         }
@@ -205,14 +210,14 @@ template <unsigned log, class Target>
     }
 }
 
-template <class Source>
+template <bool half_empty = false, class Source>
 void split_any(unsigned log, const Source* from, u64* to, u64 n, u64 nodes, const Levels& t, unsigned level, u64 q,
                const Constants& c) {
     switch (log) {
-        case 1: return split_pass<1>(from, to, n, nodes, t, level, q, c);
-        case 2: return split_pass<2>(from, to, n, nodes, t, level, q, c);
-        case 3: return split_pass<3>(from, to, n, nodes, t, level, q, c);
-        default: return split_pass<4>(from, to, n, nodes, t, level, q, c);
+        case 1: return split_pass<1, half_empty>(from, to, n, nodes, t, level, q, c);
+        case 2: return split_pass<2, half_empty>(from, to, n, nodes, t, level, q, c);
+        case 3: return split_pass<3, half_empty>(from, to, n, nodes, t, level, q, c);
+        default: return split_pass<4, half_empty>(from, to, n, nodes, t, level, q, c);
     }
 }
 template <class Target>

@@ -59,8 +59,13 @@ void run_block(const Prime& prime, const Shape& shape, u32* a, const u32* source
     if (task != Task::forward) block.merge = block_levels(prime, shape, row, true, memory);
     const u64 n = u64{1} << shape.block_log;
     const unsigned levels = pass_levels(shape.block_log - leaf_log);
-    if (task == Task::forward || task == Task::product)
-        split_any(levels, source, work, n, 1, block.split, 0, 0, block.c);
+    if (task == Task::forward || task == Task::product) {
+        if (shape.half_empty && shape.rows() == 1) {
+            split_any<true>(levels, source, work, n, 1, block.split, 0, 0, block.c);
+        } else {
+            split_any(levels, source, work, n, 1, block.split, 0, 0, block.c);
+        }
+    }
     block.below(work, shape.block_log, levels, 0, 0);
     if (task != Task::forward) merge_any(levels, work, a, n, 1, block.merge, 0, 0, block.c);
 }
@@ -97,10 +102,14 @@ void block_multiply(const Prime& prime, const Shape& shape, u32* a, const u32* b
 }
 
 // ---- the top stage: groups of columns in 64-bit lanes ----
-void split_levels(u64* d, unsigned log_n, unsigned bottom_log, const Levels& t, const Constants& c) {
+void split_levels(u64* d, unsigned log_n, unsigned bottom_log, bool half_empty, const Levels& t, const Constants& c) {
     for (unsigned log = log_n, levels; log > bottom_log; log -= levels) {
         levels = pass_levels(log - bottom_log);
-        split_any(levels, d, d, u64{1} << log, u64{1} << (log_n - log), t, log_n - log, 0, c);
+        if (half_empty && log == log_n) {
+            split_any<true>(levels, d, d, u64{1} << log, 1, t, 0, 0, c);
+        } else {
+            split_any(levels, d, d, u64{1} << log, u64{1} << (log_n - log), t, log_n - log, 0, c);
+        }
     }
 }
 void merge_levels(u64* d, unsigned log_n, unsigned bottom_log, const Levels& t, const Constants& c) {
@@ -113,6 +122,11 @@ void merge_levels(u64* d, unsigned log_n, unsigned bottom_log, const Levels& t, 
     }
 }
 
+// Asks for what the next group of columns reads; never faults.
+AI void prefetch(const void* from, u64 n_bytes) {
+    for (u64 i = 0; i < n_bytes; i += 64) _mm_prefetch(static_cast<const char*>(from) + i, _MM_HINT_T1);
+}
+
 void top_levels(const Prime& prime, const Shape& shape, bool inverse, u64*& memory, Levels* t) {
     for (unsigned i = 0; i < shape.radix; ++i) {
         t[i] = build_levels(prime, {shape.radix, i, 0, 0, shape.negacyclic}, shape.depth(), inverse, memory);
@@ -123,7 +137,10 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
                  void* scratch) noexcept {
     const Constants c(prime.p);
     const Cutter cutter(shape.point_bytes());
-    if (shape.rows() == 1) return cut(bytes, n_bytes, begin * cutter.step, cutter, end - begin, rows + begin, c);
+    if (shape.rows() == 1) {
+        if (shape.half_empty) end = (u64{1} << shape.block_log) / 2;
+        return cut(bytes, n_bytes, begin * cutter.step, cutter, end - begin, rows + begin, c);
+    }
     u64* memory = static_cast<u64*>(scratch);
     u64* const group = memory;
     const u64 columns = u64{1} << shape.column_log, branch = columns << shape.depth();
@@ -131,16 +148,20 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
     Levels t[7];
     top_levels(prime, shape, false, memory, t);
     for (u64 column = begin; column < end; column += columns) {
-        for (u64 row = 0; row < shape.rows(); ++row) {
-            cut(bytes, n_bytes, ((row << shape.block_log) + column) * cutter.step, cutter, columns,
-                group + row * columns, c);
+        for (u64 row = 0; row < (shape.half_empty ? shape.rows() / 2 : shape.rows()); ++row) {
+            const u64 at = ((row << shape.block_log) + column) * cutter.step;
+            if (at + columns * cutter.step < n_bytes)
+                prefetch(bytes + at + columns * cutter.step, columns * cutter.step);
+            cut(bytes, n_bytes, at, cutter, columns, group + row * columns, c);
         }
         any_radix_pass<false>(group, branch, prime, shape);
         for (unsigned i = 0; i < shape.radix; ++i) {
-            split_levels(group + i * branch, shape.depth() + shape.column_log, shape.column_log, t[i], c);
+            split_levels(group + i * branch, shape.depth() + shape.column_log, shape.column_log, shape.half_empty,
+                         t[i], c);
         }
         for (u64 row = 0; row < shape.rows(); ++row) {
             u32* const to = rows + row * shape.pitch + column;
+            prefetch(to + columns, 4 * columns);
             for (u64 k = 0; k < columns; k += lanes) store(to + k, reduce_low(load(group + row * columns + k), c));
         }
     }
@@ -158,6 +179,7 @@ void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u
     for (u64 column = begin; column < end; column += columns) {
         for (u64 row = 0; row < shape.rows(); ++row) {
             const u32* const from = rows + row * shape.pitch + column;
+            prefetch(from + columns, 4 * columns);
             for (u64 k = 0; k < columns; k += lanes) store(group + row * columns + k, load(from + k));
         }
         for (unsigned i = 0; i < shape.radix; ++i) {

@@ -13,11 +13,12 @@ Layout::Layout(const Row& row, bool negacyclic) : row(row) {
     shape.exponent = row.exponent;
     shape.block_log = row.exponent <= single_block_log ? row.exponent : block_log;
     shape.negacyclic = negacyclic;
+    shape.half_empty = false;
     // Three lines more than a power of two, so that a column of rows does not fall into one set of a cache.
     shape.pitch = (u64{1} << shape.block_log) + (shape.rows() > 1 ? 48 : 0);
     // A group of columns takes up to 128 KB in 64-bit lanes, but no row's share is below a cache line.
     const unsigned rows_log = static_cast<unsigned>(std::bit_width(shape.rows() - 1));
-    shape.column_log = std::clamp(rows_log < 14 ? 14 - rows_log : 0u, 4u, shape.block_log);
+    shape.column_log = std::clamp(rows_log < 11 ? 11 - rows_log : 0u, 4u, shape.block_log);
     prime_words = shape.pitch * shape.rows();
 }
 

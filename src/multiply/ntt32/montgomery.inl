@@ -92,9 +92,14 @@ AI Factor level_factor(const Levels& t, unsigned l, u64 q) {
 }
 
 // ---- passes over one node of a splitting, in place ----
-void split2(u32* d, u64 n, unsigned level, u64 q, const Levels& t, const Constants& c0) {
+// half_empty: the upper half is zero and is not read.
+void split2(u32* d, u64 n, bool half_empty, unsigned level, u64 q, const Levels& t, const Constants& c0) {
     const Constants c = c0;
     const Factor f = level_factor(t, level, q);
+    if (half_empty) {
+        __builtin_memcpy(d + n / 2, d, 2 * n);
+        return;
+    }
     for (u64 k = 0; k < n / 2; k += lanes) {
         const V a = load(d + k), b = mul(load(d + k + n / 2), f, c);
         store(d + k, add(a, b, c));
@@ -111,6 +116,7 @@ void merge2(u32* d, u64 n, unsigned level, u64 q, const Levels& t, const Constan
     }
 }
 // Two levels at once, over `nodes` consecutive nodes.
+template <bool half_empty = false>
 void split4(u32* d, u64 n, u64 nodes, unsigned level, u64 q, const Levels& t, const Constants& c0) {
     const Constants c = c0;
     const u64 quarter = n / 4;
@@ -120,9 +126,16 @@ void split4(u32* d, u64 n, u64 nodes, unsigned level, u64 q, const Levels& t, co
         for (u64 k = 0; k < quarter; k += lanes) {
             u32* const x = d + k;
             const V a = load(x), b = load(x + quarter);
-            const V u = mul(load(x + 2 * quarter), f, c), v = mul(load(x + 3 * quarter), f, c);
-            const V b0 = mul(add32(b, v), f0, c), b1 = mul(sub_open(b, v, c), f1, c);
-            const V a0 = add(a, u, c), a1 = sub(a, u, c);
+            V a0 = a, a1 = a, b0 = b, b1 = b;
+            if constexpr (!half_empty) {
+                const V u = mul(load(x + 2 * quarter), f, c), v = mul(load(x + 3 * quarter), f, c);
+                a0 = add(a, u, c);
+                a1 = sub(a, u, c);
+                b0 = add32(b, v);
+                b1 = sub_open(b, v, c);
+            }
+            b0 = mul(b0, f0, c);
+            b1 = mul(b1, f1, c);
             store(x, add(a0, b0, c));
             store(x + quarter, sub(a0, b0, c));
             store(x + 2 * quarter, add(a1, b1, c));
@@ -151,22 +164,32 @@ void merge4(u32* d, u64 n, u64 nodes, unsigned level, u64 q, const Levels& t, co
 
 // All levels of a node of 2^log_n words down to nodes of 2^bottom_log: breadth first in cache, else depth first.
 constexpr unsigned breadth_log = 12;
-void split_tree(u32* d, unsigned log_n, unsigned bottom_log, unsigned level, u64 q, const Levels& t,
+void split_tree(u32* d, unsigned log_n, unsigned bottom_log, bool half_empty, unsigned level, u64 q, const Levels& t,
                 const Constants& c) {
     const u64 n = u64{1} << log_n;
     unsigned left = log_n - bottom_log;
     if (left == 0) return;
     if (left % 2 == 1) {
-        split2(d, n, level, q, t, c);
-        split_tree(d, log_n - 1, bottom_log, level + 1, 2 * q, t, c);
-        split_tree(d + n / 2, log_n - 1, bottom_log, level + 1, 2 * q + 1, t, c);
-    } else if (log_n <= breadth_log) {
-        for (u64 nodes = 1; left > 0; left -= 2, level += 2, nodes *= 4, q *= 4) {
-            split4(d, n / nodes, nodes, level, q, t, c);
-        }
+        split2(d, n, half_empty, level, q, t, c);
+        split_tree(d, log_n - 1, bottom_log, false, level + 1, 2 * q, t, c);
+        split_tree(d + n / 2, log_n - 1, bottom_log, false, level + 1, 2 * q + 1, t, c);
+        return;
+    }
+    if (half_empty) {
+        split4<true>(d, n, 1, level, q, t, c);
     } else {
         split4(d, n, 1, level, q, t, c);
-        for (u64 i = 0; i < 4; ++i) split_tree(d + i * (n / 4), log_n - 2, bottom_log, level + 2, 4 * q + i, t, c);
+    }
+    if (log_n > breadth_log) {
+        for (u64 i = 0; i < 4; ++i) {
+            split_tree(d + i * (n / 4), log_n - 2, bottom_log, false, level + 2, 4 * q + i, t, c);
+        }
+        return;
+    }
+    for (u64 nodes = 4; left > 2; left -= 2, nodes *= 4) {
+        level += 2;
+        q *= 4;
+        split4(d, n / nodes, nodes, level, q, t, c);
     }
 }
 void merge_tree(u32* d, unsigned log_n, unsigned bottom_log, unsigned level, u64 q, const Levels& t,
@@ -189,8 +212,8 @@ void merge_tree(u32* d, unsigned log_n, unsigned bottom_log, unsigned level, u64
 }
 
 // A whole row, down to polynomials of degree below 8.
-void split_block(u32* d, unsigned block_log, const Levels& t, const Constants& c) {
-    split_tree(d, block_log, 3, 0, 0, t, c);
+void split_block(u32* d, const Shape& shape, const Levels& t, const Constants& c) {
+    split_tree(d, shape.block_log, 3, shape.half_empty && shape.rows() == 1, 0, 0, t, c);
 }
 void merge_block(u32* d, unsigned block_log, const Levels& t, const Constants& c) {
     merge_tree(d, block_log, 3, 0, 0, t, c);
@@ -485,6 +508,7 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
                  void* scratch) noexcept {
     const Constants c(prime.p);
     const u64 step = shape.point_bytes();
+    if (shape.rows() == 1 && shape.half_empty) end = (u64{1} << shape.block_log) / 2;
     if (shape.rows() == 1) return cut_some(bytes, n_bytes, begin * step, step, end - begin, rows + begin, c);
     u32* memory = static_cast<u32*>(scratch);
     u32* const group = memory;
@@ -493,13 +517,14 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
     Levels t[7];
     top_levels(prime, shape, false, memory, t);
     for (u64 column = begin; column < end; column += columns) {
-        for (u64 row = 0; row < shape.rows(); ++row) {
+        for (u64 row = 0; row < (shape.half_empty ? shape.rows() / 2 : shape.rows()); ++row) {
             cut_some(bytes, n_bytes, ((row << shape.block_log) + column) * step, step, columns, group + row * columns,
                      c);
         }
         any_radix_pass<false>(group, branch, prime, shape);
         for (unsigned i = 0; i < shape.radix; ++i) {
-            split_tree(group + i * branch, shape.depth() + shape.column_log, shape.column_log, 0, 0, t[i], c);
+            split_tree(group + i * branch, shape.depth() + shape.column_log, shape.column_log, shape.half_empty, 0, 0,
+                       t[i], c);
         }
         for (u64 row = 0; row < shape.rows(); ++row) {
             __builtin_memcpy(rows + row * shape.pitch + column, group + row * columns, 4 * columns);
@@ -533,7 +558,7 @@ void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u
 void block_forward(const Prime& prime, const Shape& shape, u32* a, u64 row, void* scratch) noexcept {
     u32* memory = static_cast<u32*>(scratch);
     const Levels t = block_levels(prime, shape, row, false, memory);
-    split_block(a, shape.block_log, t, Constants(prime.p));
+    split_block(a, shape, t, Constants(prime.p));
 }
 
 void block_inverse(const Prime& prime, const Shape& shape, u32* a, u64 row, void* scratch) noexcept {
@@ -553,7 +578,7 @@ void block_product(const Prime& prime, const Shape& shape, u32* a, u32* b, u64 r
     u32* memory = static_cast<u32*>(scratch);
     const Levels t = block_levels(prime, shape, row, false, memory);
     const Levels back = block_levels(prime, shape, row, true, memory);
-    if (b != nullptr) split_block(b, shape.block_log, t, c);
+    if (b != nullptr) split_block(b, shape, t, c);
     multiply_leaves(a, b == nullptr ? a : b, shape.block_log, t, c);
     merge_block(a, shape.block_log, back, c);
 }
