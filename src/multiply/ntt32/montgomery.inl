@@ -377,10 +377,30 @@ void cut(const u8* bytes, u64 step, u64 n, u32* out, const Constants& c) {
 // ---- joining ----
 constexpr unsigned half_lanes = lanes / 2;
 
+// 64 bits from a bit on of numbers in 28-bit limbs.
+template <unsigned limbs, unsigned bit, unsigned part = 0>
+AI V bits_at(const V* limb) {
+    constexpr unsigned i = bit / 28 + part;
+    if constexpr (i >= limbs || 28 * part >= 64 + bit % 28) {
+        return set64(0);
+    } else if constexpr (part == 0) {
+        return or64(right64<bit % 28>(limb[i]), bits_at<limbs, bit, 1>(limb));
+    } else {
+        return or64(left64<28 * part - bit % 28>(limb[i]), bits_at<limbs, bit, part + 1>(limb));
+    }
+}
+// One 64-bit word for every point, `step` bytes apart.
+template <unsigned step>
+AI void put_words(u8* to, V x) {
+    alignas(64) u32 words[lanes];
+    store(words, x);
+#pragma GCC unroll 8
+    for (unsigned i = 0; i < half_lanes; ++i) __builtin_memcpy(to + i * step, words + 2 * i, 8);
+}
+
 template <unsigned primes>
 void join_points(const Joiner& joiner, const u32* const* residues, u64 n, u8* low, u8* middle, u8* high) {
-    constexpr unsigned limbs = (31 * primes + 27) / 28, point_bytes = 2 * (primes - 1),
-                       words = (28 * limbs + 63) / 64;
+    constexpr unsigned limbs = (31 * primes + 27) / 28, point_bytes = 2 * (primes - 1);
     constexpr unsigned bias_bits = 31 * primes - 1;
     const V mask = set64((1u << 28) - 1);
     Factor scale[primes];
@@ -416,26 +436,17 @@ void join_points(const Joiner& joiner, const u32* const* residues, u64 n, u8* lo
                 sum[j] = and64(carry, mask);
                 carry = right64<28>(carry);
             }
-            // 28-bit limbs to 64-bit words, then to bytes; each store's surplus is overwritten by the next point.
-            alignas(64) u32 spread[2 * words + 2][lanes];
-            static_assert(limbs <= 10);
-#pragma GCC unroll 10
-            for (unsigned j = 0; j < limbs; ++j) store(spread[j], sum[j]);
-            for (unsigned i = 0; i < half_lanes; ++i) {
-                u64 word[words + 3] = {};
-#pragma GCC unroll 10
-                for (unsigned j = 0; j < limbs; ++j) {
-                    const u64 x = spread[j][2 * i];
-                    const unsigned bit = 28 * j;
-                    word[bit / 64] |= x << (bit % 64);
-                    if (bit % 64 > 36) word[bit / 64 + 1] |= x >> (64 - bit % 64);
-                }
-                const u8* const digits = reinterpret_cast<const u8*>(word);
-                const u64 at = (k + half + i) * point_bytes;
-                __builtin_memcpy(low + at, digits, 16);
-                __builtin_memcpy(middle + at, digits + point_bytes, 16);
-                __builtin_memcpy(high + at, digits + 2 * point_bytes, 16);
+            // A word's surplus lies where a later store comes: upper words first, then lower ones point by point.
+            constexpr unsigned bits = 8 * point_bytes;
+            const u64 at = (k + half) * point_bytes;
+            if constexpr (point_bytes > 8) {
+                put_words<point_bytes>(low + at + 8, bits_at<limbs, 64>(sum));
+                put_words<point_bytes>(middle + at + 8, bits_at<limbs, bits + 64>(sum));
+                put_words<point_bytes>(high + at + 8, set64(0));
             }
+            put_words<point_bytes>(low + at, bits_at<limbs, 0>(sum));
+            put_words<point_bytes>(middle + at, bits_at<limbs, bits>(sum));
+            put_words<point_bytes>(high + at, bits_at<limbs, 2 * bits>(sum));
         }
     }
 }
