@@ -90,7 +90,8 @@ Levels build_levels(const Prime& prime, const Splitting& s, unsigned count, bool
         step[k] = make_factor(p - plain[k], p);
     }
     const u64 node = s.negacyclic ? (u64{1} << s.depth) + s.node : s.node;
-    for (unsigned l = 0; l < count; ++l) {
+    const bool shared = s.radix == 1 && node == 0;  // every level is the start of the deepest one
+    for (unsigned l = shared && count > 0 ? count - 1 : 0; l < count; ++l) {
         const unsigned j = branch_at(s.radix, s.branch, s.depth + l);
         const unsigned branch = inverse && j != 0 ? s.radix - j : j;
         u64 *const wl = w + (u64{1} << l), *const w1l = w1 + (u64{1} << l);
@@ -109,6 +110,10 @@ Levels build_levels(const Prime& prime, const Splitting& s, unsigned count, bool
                 store(w1l + (u64{1} << k) + i, low(zero(), x, c.inverse));
             }
         }
+    }
+    for (unsigned l = 0; shared && l + 1 < count; ++l) {
+        __builtin_memcpy(w + (u64{1} << l), w + (u64{1} << (count - 1)), u64{8} << l);
+        __builtin_memcpy(w1 + (u64{1} << l), w1 + (u64{1} << (count - 1)), u64{8} << l);
     }
     return {w, w1};
 }

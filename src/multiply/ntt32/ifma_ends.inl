@@ -50,20 +50,24 @@ void cut_points(const u8* bytes, u64 n_bytes, u64 at, const Cutter& cut, u64 n, 
     const Constants c = c0;
     const u64 step = 8 * cut.step;
     const bool wide = step - 52 * (limbs - 1) > 32;
-    for (u64 k = 0; k < n; k += lanes, at += step) {
-        if (at >= n_bytes) {
-            for (; k < n; k += lanes) store(out + k, zero());
-            return;
-        }
-        const u64 present = n_bytes - at < step ? n_bytes - at : step;
-        V x = cut_eight<limbs>(bytes + at, present, cut, c);
+    const auto put = [&](V x, u64 k) {
         if (sizeof(Word) == 4) {
             x = reduce_low(x, c);
         } else if (wide) {
             x = reduce(x, c);
         }
         store(out + k, x);
+    };
+    u64 k = 0;
+    for (const u64 whole = at < n_bytes ? (n_bytes - at) / step * lanes : 0; k < n && k < whole;
+         k += lanes, at += step) {
+        put(cut_eight<limbs>(bytes + at, step, cut, c), k);
     }
+    if (k < n && at < n_bytes) {
+        put(cut_eight<limbs>(bytes + at, n_bytes - at, cut, c), k);
+        k += lanes;
+    }
+    for (; k < n; k += lanes) store(out + k, zero());
 }
 // n points from byte `at` on of a number of n_bytes, zero beyond it.
 template <class Word>
