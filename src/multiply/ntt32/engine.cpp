@@ -15,14 +15,6 @@ namespace kvt::multiply {
 namespace ntt32 {
 namespace {
 
-const KernelTable& active_kernels() {
-    switch (kernels::active_levels().vector) {
-        case kernels::VectorLevel::scalar: return ntt32_scalar;
-        case kernels::VectorLevel::avx512ifma: return ntt32_avx512ifma;
-        default: return ntt32_avx2;
-    }
-}
-
 // One call's view of a transform.
 class Call {
   public:
@@ -254,6 +246,14 @@ class Engine final : public TransformEngine {
 };
 
 }  // namespace
+
+const KernelTable& active_kernels() noexcept {
+    switch (kernels::active_levels().vector) {
+        case kernels::VectorLevel::scalar: return ntt32_scalar;
+        case kernels::VectorLevel::avx512ifma: return ntt32_avx512ifma;
+        default: return ntt32_avx2;
+    }
+}
 
 void plan_row(TransformPlan& plan, u64 number, bool negacyclic) {
     plan.row = number;

@@ -30,6 +30,9 @@ struct Layout {
     void fill(TransformPlan& plan) const;
 };
 
+// The kernels of the level in use.
+const KernelTable& active_kernels() noexcept;
+
 // A plan for a row by its number, whatever lengths it is chosen for.
 void plan_row(TransformPlan& plan, u64 number, bool negacyclic = false);
 
