@@ -17,6 +17,8 @@
 #include "multiply/engine.h"
 #include "multiply/ntt32/layout.h"
 #include "multiply/twiddle_builder.h"
+#include "threads/builtin.h"
+#include "threads/framework.h"
 
 using namespace kvt;
 using namespace kvt::multiply;
@@ -129,6 +131,7 @@ int main(int argc, char** argv) {
         }
     }
     kernels::cap_levels(options.cap);
+    if (options.tasks > 1) Threads::set_current_framework(&Threads::winpool_framework());
     if (sizes.empty()) sizes = {16384, 131072, 1 << 20};
     const u64 largest = *std::max_element(sizes.begin(), sizes.end());
     GlobalTwiddleTable table{};
