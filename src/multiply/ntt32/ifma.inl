@@ -123,28 +123,37 @@ AI Factor level_factor(const Levels& t, u64 at) { return {set64(t.w[at]), set64(
 // ---- butterflies of 2^log words a node ----
 // x[0 .. 2^log) are the parts of node q of a level. Splitting: with 5p added to the upper half of the inputs, four levels
 // lower a value by less than 4p + 2^25, so factors are positive; a pass raises it by less than 10p.
-// half_empty: the upper half is zero and is not read.
-template <unsigned log, bool half_empty = false>
-AI void split_parts(V* x, const Levels& t, unsigned level, u64 q, const Constants& c) {
+// half_empty: the upper half is zero and is not read. `sets` nodes' worth at a time, to fill the latencies: of the same
+// node, or of consecutive nodes.
+template <unsigned log, unsigned sets, bool same_node, bool half_empty = false>
+AI void split_parts(V (*x)[1u << log], const Levels& t, unsigned level, u64 q, const Constants& c) {
     constexpr unsigned n = 1u << log;
+#pragma GCC unroll 2
+    for (unsigned s = 0; s < sets; ++s) {
 #pragma GCC unroll 16
-    for (unsigned i = 0; i < n / 2; ++i) x[i] = add64(x[i], c.bias);
-    if constexpr (half_empty) {
+        for (unsigned i = 0; i < n / 2; ++i) x[s][i] = add64(x[s][i], c.bias);
+        if constexpr (half_empty) {
 #pragma GCC unroll 16
-        for (unsigned i = 0; i < n / 2; ++i) x[n / 2 + i] = x[i];
+            for (unsigned i = 0; i < n / 2; ++i) x[s][n / 2 + i] = x[s][i];
+        }
     }
 #pragma GCC unroll 4
     for (unsigned l = half_empty ? 1 : 0; l < log; ++l) {
         const unsigned half = n >> (l + 1);
 #pragma GCC unroll 16
         for (unsigned g = 0; g < 1u << l; ++g) {
-            const Factor f = level_factor(t, (u64{1} << (level + l)) + (q << l) + g);
+            const u64 at = (u64{1} << (level + l)) + (q << l) + g;
+            Factor f = level_factor(t, at);
+#pragma GCC unroll 2
+            for (unsigned s = 0; s < sets; ++s) {
+                if (!same_node && s > 0) f = level_factor(t, at + (u64{s} << l));
 #pragma GCC unroll 16
-            for (unsigned i = 0; i < half; ++i) {
-                V &u = x[2 * half * g + i], &v = x[2 * half * g + i + half];
-                const V difference = mul_plus(v, f, c, u);  // u - w v
-                u = sub64(add64(u, u), difference);
-                v = difference;
+                for (unsigned i = 0; i < half; ++i) {
+                    V &u = x[s][2 * half * g + i], &v = x[s][2 * half * g + i + half];
+                    const V difference = mul_plus(v, f, c, u);  // u - w v
+                    u = sub64(add64(u, u), difference);
+                    v = difference;
+                }
             }
         }
     }
@@ -152,41 +161,56 @@ AI void split_parts(V* x, const Levels& t, unsigned level, u64 q, const Constant
 
 // Merging: products come out in (offset - p, offset + 2^23), with 3p where the next level subtracts from them, else p;
 // so their differences need no lift. Other values are sums of inputs, below 2^log times the largest.
-template <unsigned log>
-AI void merge_parts(V* x, const Levels& t, unsigned level, u64 q, const Constants& c) {
+template <unsigned log, unsigned sets, bool same_node>
+AI void merge_parts(V (*x)[1u << log], const Levels& t, unsigned level, u64 q, const Constants& c) {
     constexpr unsigned n = 1u << log;
 #pragma GCC unroll 4
     for (unsigned down = 0; down < log; ++down) {
         const unsigned l = log - 1 - down, half = n >> (l + 1);
 #pragma GCC unroll 16
         for (unsigned g = 0; g < 1u << l; ++g) {
-            const Factor f = level_factor(t, (u64{1} << (level + l)) + (q << l) + g);
+            const u64 at = (u64{1} << (level + l)) + (q << l) + g;
+            Factor f = level_factor(t, at);
+#pragma GCC unroll 2
+            for (unsigned s = 0; s < sets; ++s) {
+                if (!same_node && s > 0) f = level_factor(t, at + (u64{s} << l));
 #pragma GCC unroll 16
-            for (unsigned i = 0; i < half; ++i) {
-                V &u = x[2 * half * g + i], &v = x[2 * half * g + i + half];
-                const bool products = half > 1 && (i & (half / 2)) != 0, minuend = l > 0 && g % 2 == 0;
-                const V difference = sub64(products ? u : add64(u, c.lift), v);
-                u = add64(u, v);
-                v = mul_plus(difference, f, c, minuend ? c.p3 : c.p);
+                for (unsigned i = 0; i < half; ++i) {
+                    V &u = x[s][2 * half * g + i], &v = x[s][2 * half * g + i + half];
+                    const bool products = half > 1 && (i & (half / 2)) != 0, minuend = l > 0 && g % 2 == 0;
+                    const V difference = sub64(products ? u : add64(u, c.lift), v);
+                    u = add64(u, v);
+                    v = mul_plus(difference, f, c, minuend ? c.p3 : c.p);
+                }
             }
         }
     }
 }
 
+// Sets of vectors that a pass holds in registers, if its parts are long enough.
+constexpr unsigned pass_sets(unsigned log) { return log <= 3 ? 2 : 1; }
+
 // `nodes` consecutive nodes of n words each, 2^log parts a node.
 template <unsigned log, bool half_empty, class Source>
 [[gnu::noinline]] void split_pass(const Source* from, u64* to, u64 n, u64 nodes, const Levels& t, unsigned level,
                                   u64 q, const Constants& c0) {
+    constexpr unsigned parts = 1u << log, sets = pass_sets(log);
     const Constants c = c0;
     const u64 part = n >> log;
     for (u64 node = 0; node < nodes; ++node, ++q, from += n, to += n) {
-        for (u64 k = 0; k < part; k += lanes) {
-            V x[1u << log];
+        for (u64 k = 0; k < part; k += sets * lanes) {
+            V x[sets][parts];
+#pragma GCC unroll 2
+            for (unsigned s = 0; s < sets; ++s)
 #pragma GCC unroll 16
-            for (unsigned i = 0; i < (half_empty ? 1u << log >> 1 : 1u << log); ++i) x[i] = load(from + i * part + k);
-            split_parts<log, half_empty>(x, t, level, q, c);
+                for (unsigned i = 0; i < (half_empty ? parts / 2 : parts); ++i) {
+                    x[s][i] = load(from + i * part + k + s * lanes);
+                }
+            split_parts<log, sets, true, half_empty>(x, t, level, q, c);
+#pragma GCC unroll 2
+            for (unsigned s = 0; s < sets; ++s)
 #pragma GCC unroll 16
-            for (unsigned i = 0; i < 1u << log; ++i) store(to + i * part + k, x[i]);
+                for (unsigned i = 0; i < parts; ++i) store(to + i * part + k + s * lanes, x[s][i]);
         }
     }
 }
@@ -194,23 +218,29 @@ template <unsigned log, bool half_empty, class Source>
 template <unsigned log, class Target>
 [[gnu::noinline]] void merge_pass(const u64* from, Target* to, u64 n, u64 nodes, const Levels& t, unsigned level,
                                   u64 q, const Constants& c0) {
+    constexpr unsigned parts = 1u << log, sets = pass_sets(log);
     const Constants c = c0;
     const u64 part = n >> log;
     for (u64 node = 0; node < nodes; ++node, ++q, from += n, to += n) {
-        for (u64 k = 0; k < part; k += lanes) {
-            V x[1u << log];
+        for (u64 k = 0; k < part; k += sets * lanes) {
+            V x[sets][parts];
+#pragma GCC unroll 2
+            for (unsigned s = 0; s < sets; ++s)
 #pragma GCC unroll 16
-            for (unsigned i = 0; i < 1u << log; ++i) x[i] = load(from + i * part + k);
-            merge_parts<log>(x, t, level, q, c);
-            if constexpr (sizeof(Target) == 4) {
-                // products of the last level lie in (0, p + 2^23]
+                for (unsigned i = 0; i < parts; ++i) x[s][i] = load(from + i * part + k + s * lanes);
+            merge_parts<log, sets, true>(x, t, level, q, c);
+#pragma GCC unroll 2
+            for (unsigned s = 0; s < sets; ++s) {
+                if constexpr (sizeof(Target) == 4) {
+                    // products of the last level lie in (0, p + 2^23]
 #pragma GCC unroll 16
-                for (unsigned i = 0; i < 1u << log >> 1; ++i) x[i] = reduce_low(x[i], c);
-            } else {
-                x[0] = reduce(x[0], c);
+                    for (unsigned i = 0; i < parts / 2; ++i) x[s][i] = reduce_low(x[s][i], c);
+                } else {
+                    x[s][0] = reduce(x[s][0], c);
+                }
+#pragma GCC unroll 16
+                for (unsigned i = 0; i < parts; ++i) store(to + i * part + k + s * lanes, x[s][i]);
             }
-#pragma GCC unroll 16
-            for (unsigned i = 0; i < 1u << log; ++i) store(to + i * part + k, x[i]);
         }
     }
 }

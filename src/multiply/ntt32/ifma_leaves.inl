@@ -92,34 +92,44 @@ AI void square_leaf(V* x, const Factor& z, const Constants& c) {
     finish_leaf(x, l, h, c);
 }
 
-// The last three levels and the transposition, over n points; leaf q of the block is leaf 0 here.
+// The last three levels and the transposition, over n points, two leaves at a time; leaf q of the block comes first.
 template <class Target>
 [[gnu::noinline]] void split_leaves(const u64* from, Target* to, u64 n, unsigned level, u64 q, const Levels& t,
                                     const Constants& c0) {
     const Constants c = c0;
-    for (u64 k = 0; k < n; k += leaf_words, ++q) {
-        V x[8];
-        load_leaf(x, from + k);
-        split_parts<3>(x, t, level, q, c);
-        transpose(x);
-        if constexpr (sizeof(Target) == 4) {
+    for (u64 k = 0; k < n; k += 2 * leaf_words, q += 2) {
+        V x[2][8];
+        load_leaf(x[0], from + k);
+        load_leaf(x[1], from + k + leaf_words);
+        split_parts<3, 2, false>(x, t, level, q, c);
+#pragma GCC unroll 2
+        for (unsigned s = 0; s < 2; ++s) {
+            transpose(x[s]);
+            if constexpr (sizeof(Target) == 4) {
 #pragma GCC unroll 8
-            for (unsigned i = 0; i < 8; ++i) x[i] = reduce_low(x[i], c);
+                for (unsigned i = 0; i < 8; ++i) x[s][i] = reduce_low(x[s][i], c);
+            }
+            store_leaf(to + k + s * leaf_words, x[s]);
         }
-        store_leaf(to + k, x);
     }
 }
 template <class Source>
 [[gnu::noinline]] void merge_leaves(const Source* from, u64* to, u64 n, unsigned level, u64 q, const Levels& t,
                                     const Constants& c0) {
     const Constants c = c0;
-    for (u64 k = 0; k < n; k += leaf_words, ++q) {
-        V x[8];
-        load_leaf(x, from + k);
-        transpose(x);
-        merge_parts<3>(x, t, level, q, c);
-        x[0] = reduce(x[0], c);
-        store_leaf(to + k, x);
+    for (u64 k = 0; k < n; k += 2 * leaf_words, q += 2) {
+        V x[2][8];
+#pragma GCC unroll 2
+        for (unsigned s = 0; s < 2; ++s) {
+            load_leaf(x[s], from + k + s * leaf_words);
+            transpose(x[s]);
+        }
+        merge_parts<3, 2, false>(x, t, level, q, c);
+#pragma GCC unroll 2
+        for (unsigned s = 0; s < 2; ++s) {
+            x[s][0] = reduce(x[s][0], c);
+            store_leaf(to + k + s * leaf_words, x[s]);
+        }
     }
 }
 // a, transformed, times b, as split_leaves leaves it; to 64-bit lanes.
