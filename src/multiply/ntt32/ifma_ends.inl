@@ -50,14 +50,7 @@ void cut_points(const u8* bytes, u64 n_bytes, u64 at, const Cutter& cut, u64 n, 
     const Constants c = c0;
     const u64 step = 8 * cut.step;
     const bool wide = step - 52 * (limbs - 1) > 32;
-    const auto put = [&](V x, u64 k) {
-        if (sizeof(Word) == 4) {
-            x = reduce_low(x, c);
-        } else if (wide) {
-            x = reduce(x, c);
-        }
-        store(out + k, x);
-    };
+    const auto put = [&](V x, u64 k) { store(out + k, wide ? reduce(x, c) : x); };
     u64 k = 0;
     for (const u64 whole = at < n_bytes ? (n_bytes - at) / step * lanes : 0; k < n && k < whole;
          k += lanes, at += step) {

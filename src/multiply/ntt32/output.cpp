@@ -80,14 +80,16 @@ class PartWriter {
         u64 at = part.first_word, carry = 0, borrow = 0;
         for (u64 k = first_point; k < last_point; k += chunk_points, at += words) {
             join(k, chunk_points, s.low, s.middle + step, s.high + 2 * step);
-            carry = kernels_.add_streams(s.low, s.middle, s.high, words, s.words, carry);
-            if (joiner_.centred) borrow = subtract(s.words, s.bias, words, borrow);
+            const bool all_kept = 2 * at >= out_.first && 2 * (at + words) <= out_.first + out_.count;
+            u8* const to = all_kept ? out_.bytes + 4 * (2 * at - out_.first) : s.words;
+            carry = kernels_.add_streams(s.low, s.middle, s.high, words, to, carry);
+            if (joiner_.centred) borrow = subtract(to, s.bias, words, borrow);
             std::memcpy(s.middle, s.middle + chunk_points * step, step);
             std::memcpy(s.high, s.high + chunk_points * step, 2 * step);
-            const u64 residue = kernels::residue_of(s.words, 2 * words);
+            const u64 residue = kernels::residue_of(to, 2 * words);
             const i64 shift = static_cast<i64>(64 * (at - part.first_word) % 61);
             part.residue = kernels::residue_add(part.residue, kernels::residue_shift(residue, shift));
-            keep(s.words, 2 * at, 2 * words, part);
+            if (!all_kept) keep(to, 2 * at, 2 * words, part);
         }
         part.carry = static_cast<i64>(carry) - static_cast<i64>(borrow);
         if (joiner_.centred && last_point == n_points) part.spill = spill(s, step);
