@@ -251,6 +251,7 @@ const KernelTable& active_kernels() noexcept {
     switch (kernels::active_levels().vector) {
         case kernels::VectorLevel::scalar: return ntt32_scalar;
         case kernels::VectorLevel::avx512ifma: return ntt32_avx512ifma;
+        case kernels::VectorLevel::avx512: return ntt32_avx512;
         default: return ntt32_avx2;
     }
 }

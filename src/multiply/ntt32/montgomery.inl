@@ -211,12 +211,43 @@ void merge_tree(u32* d, unsigned log_n, unsigned bottom_log, unsigned level, u64
     }
 }
 
-// A whole row, down to polynomials of degree below 8.
+// A whole row, down to polynomials of degree below 8. A vector of sixteen lanes holds two of them: there the last level
+// works on two nodes at a time, and the halves of two vectors are polynomials 0, 2 and 1, 3.
+constexpr bool wide = lanes == 16;
+constexpr unsigned bottom_log = wide ? 4 : 3;
+
+inline void split_last(u32* d, unsigned block_log, const Levels& t, const Constants& c0) {
+    const Constants c = c0;
+    const u64 nodes = u64{1} << (block_log - 4);
+    for (u64 q = 0; q < nodes; q += 2, d += 2 * lanes) {
+        const u64 at = nodes + q;
+        const V x = load(d), y = load(d + lanes);
+        const Factor f{set_halves(t.w[at], t.w[at + 1]), set_halves(t.w1[at], t.w1[at + 1])};
+        const V a = lower_halves(x, y), b = mul_lanes(upper_halves(x, y), f, c);
+        store(d, add(a, b, c));
+        store(d + lanes, sub(a, b, c));
+    }
+}
+inline void merge_last(u32* d, unsigned block_log, const Levels& t, const Constants& c0) {
+    const Constants c = c0;
+    const u64 nodes = u64{1} << (block_log - 4);
+    for (u64 q = 0; q < nodes; q += 2, d += 2 * lanes) {
+        const u64 at = nodes + q;
+        const V a = load(d), b = load(d + lanes);
+        const Factor f{set_halves(t.w[at], t.w[at + 1]), set_halves(t.w1[at], t.w1[at + 1])};
+        const V x = add(a, b, c), y = mul_lanes(sub_open(a, b, c), f, c);
+        store(d, lower_halves(x, y));
+        store(d + lanes, upper_halves(x, y));
+    }
+}
+
 void split_block(u32* d, const Shape& shape, const Levels& t, const Constants& c) {
-    split_tree(d, shape.block_log, 3, shape.half_empty && shape.rows() == 1, 0, 0, t, c);
+    split_tree(d, shape.block_log, bottom_log, shape.half_empty && shape.rows() == 1, 0, 0, t, c);
+    if constexpr (wide) split_last(d, shape.block_log, t, c);
 }
 void merge_block(u32* d, unsigned block_log, const Levels& t, const Constants& c) {
-    merge_tree(d, block_log, 3, 0, 0, t, c);
+    if constexpr (wide) merge_last(d, block_log, t, c);
+    merge_tree(d, block_log, bottom_log, 0, 0, t, c);
 }
 
 // ---- the pass of the radix: radix * n words, one branch after the other ----
@@ -309,9 +340,10 @@ AI Factor leaf_roots(const Levels& t, unsigned level, u64 q, const Constants& c)
     const u64 at = (u64{1} << level) + q;
     const V even_mask = set64(0xffffffff);
     alignas(64) u32 w[lanes], w1[lanes];
-    for (unsigned i = 0; i < lanes / 2; ++i) {
-        w[2 * i] = w[2 * i + 1] = t.w[at + i];
-        w1[2 * i] = w1[2 * i + 1] = t.w1[at + i];
+    for (unsigned i = 0; i < lanes; ++i) {
+        const unsigned node = wide ? i % 8 / 2 * 2 + i / 8 : i / 2;
+        w[i] = t.w[at + node];
+        w1[i] = t.w1[at + node];
     }
     const V x = load(w), x1 = load(w1);
     const V odd = sub32(c.p, x), odd1 = sub32(set32(1), x1);  // p / p = 1

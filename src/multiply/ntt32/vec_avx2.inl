@@ -76,3 +76,8 @@ AI void load_limbs(const u8* x, u64 step, V* limb) {
     limb[2] = _mm256_and_si256(high, mask);
     limb[3] = _mm256_srli_epi64(high, 32);
 }
+
+// Halves that are polynomials of their own: only vectors of sixteen lanes have them.
+AI V lower_halves(V x, V) { return x; }
+AI V upper_halves(V, V y) { return y; }
+AI V set_halves(u32 x, u32) { return set32(x); }

@@ -100,3 +100,8 @@ AI void load_limbs(const u8* x, u64 step, V* limb) {
     const __m128i zero = _mm_setzero_si128(), rows[4] = {a, b, c, d};
     for (int i = 0; i < 4; ++i) limb[i] = {_mm_unpacklo_epi32(rows[i], zero), _mm_unpackhi_epi32(rows[i], zero)};
 }
+
+// Halves that are polynomials of their own: only vectors of sixteen lanes have them.
+AI V lower_halves(V x, V) { return x; }
+AI V upper_halves(V, V y) { return y; }
+AI V set_halves(u32 x, u32) { return set32(x); }
