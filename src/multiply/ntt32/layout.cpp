@@ -18,7 +18,7 @@ Layout::Layout(const Row& row, bool negacyclic) : row(row) {
     shape.pitch = (u64{1} << shape.block_log) + (shape.rows() > 1 ? 48 : 0);
     // A group of columns takes up to 128 KB in 64-bit lanes, but no row's share is below a cache line.
     const unsigned rows_log = static_cast<unsigned>(std::bit_width(shape.rows() - 1));
-    shape.column_log = std::clamp(rows_log < 11 ? 11 - rows_log : 0u, 4u, shape.block_log);
+    shape.column_log = std::clamp(rows_log < 11 ? 11 - rows_log : 0u, 6u, shape.block_log);
     prime_words = shape.pitch * shape.rows();
 }
 
