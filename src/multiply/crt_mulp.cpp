@@ -8,6 +8,9 @@
 #include "frame/fatal.h"
 #include "kernels/residue61.h"
 #include "multiply/crt_words.h"
+#include "multiply/ntt32/layout.h"
+#include "multiply/ntt32/prime_sets.h"
+#include "multiply/ntt32/rows.h"
 #include "multiply/thresholds.h"
 #include "multiply/transform_checks.h"
 
@@ -15,6 +18,9 @@ namespace kvt::multiply {
 namespace {
 
 constexpr const char* location = "CRT_mulp()";
+
+// Tables for shorter products hold no roots of the 31-bit primes: the thresholds give these to other transforms.
+constexpr u64 least_table_bits = 1'572'864 + 1;
 
 // The texts of one half: its stages' tags and its objects.
 struct HalfNames {
@@ -27,6 +33,16 @@ constexpr HalfNames negacyclic_names{"CRT-NA-",          "CRT-NB-",          "CR
                                      "qtn_CRT_T(An).sf", "qtn_CRT_T(Bn).sf", "qtn_CRT_Cn.sf"};
 constexpr const char* forward_tag = "CRT-F: ";
 constexpr const char* inverse_tag = "CRT-I: ";
+
+// The 32-bit engine's row of exactly so many bits, if its primes have the root of twice the order that the negacyclic
+// transform needs; else null.
+const ntt32::Row* wrapped_row(u64 L_bits) {
+    const ntt32::RowList& list = L_bits <= ntt32::fine_max_bits ? ntt32::fine_list : ntt32::coarse_list;
+    const ntt32::Row* const end = list.rows + list.length;
+    const ntt32::Row* const row =
+        std::find_if(list.rows, end, [&](const ntt32::Row& r) { return r.capacity_bits() == L_bits; });
+    return row != end && row->exponent < ntt32::prime_sets[row->set()].max_exponent ? row : nullptr;
+}
 
 void* aligned(void* memory, u64 alignment) {
     const auto address = reinterpret_cast<std::uintptr_t>(memory);
@@ -44,14 +60,14 @@ class Product {
     Product(const CrtConvolution& convolution, const BasicParameters& params, StorageProvider& storage,
             const ProgressSink* sink, u32* C, u64 N)
         : convolution_(convolution),
-          table_(require_table(params, convolution.cyclic, location)),
+          table_(require_table(params, convolution.cyclic.plan, location)),
           storage_(storage),
           sink_(sink),
-          work_(aligned(params.memory, convolution.cyclic.alignment)),
+          work_(aligned(params.memory, convolution.cyclic.plan.alignment)),
           tasks_(useful_tasks(params.tasks, 64 * N)),
           C_(C),
           N_(N) {
-        require_table(params, convolution.negacyclic, location);
+        require_table(params, convolution.negacyclic.plan, location);
         const u64 needed = crt_mulp_sizes(convolution, 32 * N, params.tasks).scratch_bytes;
         if (params.memory_bytes < needed) raise_buffer_too_small(location, params.memory_bytes, needed);
     }
@@ -67,7 +83,7 @@ class Product {
         }
         const u64 n = std::min(na, N_);
 
-        ScratchObject Cc = half(cyclic_names, convolution_.cyclic, A, Ac, n, B, nb);
+        ScratchObject Cc = form_half(cyclic_names, convolution_.cyclic, A, Ac, n, B, nb);
         normalise_cyclic(Cc.words(), N_);
         ScratchObject Cn;
         bool top = false;  // Cn is 2^L
@@ -75,19 +91,10 @@ class Product {
             Cn = ScratchObject(storage_, negacyclic_names.result, 4 * N_);
             top = negate_negacyclic(Cn.words(), B, nb, N_);
         } else {
-            Cn = half(negacyclic_names, convolution_.negacyclic, A, An, n, B, nb, &top);
+            Cn = form_half(negacyclic_names, convolution_.negacyclic, A, An, n, B, nb, &top);
         }
 
-        // A wrapped transform's N words cannot tell -1 modulo 2^L + 1 from its neighbours 0 and -2. The checksum can:
-        // the two products differ by (2^L - 1) (2^(L-1) + 1), a multiple of 2^61 - 1 for no L that has a wrapped
-        // transform.
         const u64 expected = kernels::residue_mul(kernels::residue_of(A, na), kernels::residue_of(B, nb));
-        if (convolution_.wrapped && !minus_one &&
-            (all_equal(Cn.words(), N_, 0) || all_equal(Cn.words(), N_, ~u32{0}))) {
-            top = residue_of_top_join(Cc.words(), N_) == expected;
-            if (top) std::fill_n(Cn.words(), N_, 0u);
-        }
-
         join_halves(Cc.words(), Cn.words(), top, N_);
         const u64 length = na + nb, low = std::min(length, N_);
         if (!all_equal(Cn.words() + low, N_ - low, 0) ||
@@ -106,9 +113,10 @@ class Product {
     }
 
     // One half: the four stages. a: the reduced operand, or nothing when A itself serves.
-    ScratchObject half(const HalfNames& names, const TransformPlan& plan, const u32* A, ScratchObject& a, u64 n,
-                       const u32* B, u64 nb, bool* top = nullptr) const {
-        const TransformEngine& engine = *convolution_.engine;
+    ScratchObject form_half(const HalfNames& names, const CrtHalf& half, const u32* A, ScratchObject& a, u64 n,
+                            const u32* B, u64 nb, bool* top = nullptr) const {
+        const TransformEngine& engine = *half.engine;
+        const TransformPlan& plan = half.plan;
         ScratchObject Ta(storage_, names.transform_a, plan.operand_bytes), Tb, result;
         Residue ra, rb;
         {
@@ -128,9 +136,12 @@ class Product {
             Tb.reset();
         }
         const ProgressTag stage(sink_, names.inverse), inner(sink_, inverse_tag);
-        result = ScratchObject(storage_, names.result, 4 * N_);
+        const u64 words = N_ + (convolution_.wrapped && top != nullptr);
+        result = ScratchObject(storage_, names.result, 4 * words);
         if (convolution_.wrapped) {
-            engine.inverse(plan, table_, Ta.words(), window_of(result.words(), 0, N_), nullptr, work_, tasks_);
+            // Modulo 2^L + 1 the word above the residue is 1 where that is 2^L.
+            engine.inverse(plan, table_, Ta.words(), window_of(result.words(), 0, words), nullptr, work_, tasks_);
+            if (top != nullptr) *top = result.words()[N_] != 0;
         } else {
             // The whole product of the residues fits where the result will be.
             const Residue expected{kernels::residue_mul(ra.value, rb.value)};
@@ -158,15 +169,28 @@ class Product {
 
 CrtConvolution crt_convolution(u64 L_bits) {
     CrtConvolution convolution{};
-    convolution.engine = &threshold_table<u32>().select(L_bits / 16).engine();
-    convolution.cyclic = convolution.negacyclic = convolution.engine->plan(2 * L_bits);
+    if (const ntt32::Row* row = wrapped_row(L_bits); row != nullptr) {
+        const bool fine = L_bits <= ntt32::fine_max_bits;
+        const u64 number = fine ? static_cast<u64>(row - ntt32::fine_list.rows)
+                                : ntt32::fine_list.length + static_cast<u64>(row - ntt32::coarse_list.rows);
+        convolution.wrapped = true;
+        convolution.cyclic.engine = &ntt32_engine();
+        convolution.negacyclic.engine = &ntt32_negacyclic_engine();
+        ntt32::plan_row(convolution.cyclic.plan, number, false);
+        ntt32::plan_row(convolution.negacyclic.plan, number, true);
+        convolution.cyclic.plan.table_bits = convolution.negacyclic.plan.table_bits =
+            std::max(L_bits, least_table_bits);
+        return convolution;
+    }
+    const TransformEngine& engine = threshold_table<u32>().select(L_bits / 16).engine();
+    convolution.cyclic = convolution.negacyclic = {&engine, engine.plan(2 * L_bits)};
     return convolution;
 }
 
 CrtSizes crt_mulp_sizes(const CrtConvolution& convolution, u64 L_bits, u64 tasks) {
-    const TransformPlan &c = convolution.cyclic, &n = convolution.negacyclic;
+    const TransformPlan &c = convolution.cyclic.plan, &n = convolution.negacyclic.plan;
     const u64 used = useful_tasks(tasks, 2 * L_bits);
-    const u64 residue = MemoryStorage::rounded(L_bits / 8),
+    const u64 residue = MemoryStorage::rounded(L_bits / 8 + 4),
               operand = MemoryStorage::rounded(std::max(c.operand_bytes, n.operand_bytes));
     return {std::max(c.table_bits, n.table_bits), 2 * residue + 2 * operand + MemoryStorage::alignment - 1,
             std::max(c.work_bytes + used * c.task_bytes, n.work_bytes + used * n.task_bytes) + c.alignment - 1};

@@ -9,11 +9,14 @@
 
 namespace kvt::multiply {
 
-// How the two halves are formed.
-struct CrtConvolution {
+// How the two halves are formed: modulo 2^L - 1 and 2^L + 1.
+struct CrtHalf {
     const TransformEngine* engine;
+    TransformPlan plan;
+};
+struct CrtConvolution {
     bool wrapped;  // the plans wrap at L bits, cyclic and negacyclic; else both hold 2L bits and the result is folded
-    TransformPlan cyclic, negacyclic;
+    CrtHalf cyclic, negacyclic;
 };
 
 // Wrapped transforms of the 32-bit engine where it has this very length both ways; otherwise plain products by the

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "kernels/linear.h"
-#include "kernels/residue61.h"
 
 namespace kvt::multiply {
 
@@ -54,18 +53,6 @@ void join_halves(u32* Cc, u32* Cn, bool top, u64 N) noexcept {
     const u32 carry = kernels::add_nr(Cn, Cn, Cc, N, 0);
     kernels::add1_ir(Cc, N, carry);
     if (top) kernels::add1_ir(Cc, N, 1);
-}
-
-u64 residue_of_top_join(const u32* Cc, u64 N) noexcept {
-    using namespace kernels;
-    const i64 L = static_cast<i64>(N % 61 * 32);
-    const u64 power = residue_shift(1, L);  // 2^L
-    // Cc - 1 modulo 2^L - 1, and its half
-    const bool zero = all_equal(Cc, N, 0), odd = !zero && Cc[0] % 2 == 0;
-    u64 h = zero ? residue_sub(power, 2) : residue_sub(residue_of(Cc, N), 1);
-    if (odd) h = residue_add(h, residue_sub(power, 1));
-    h = residue_shift(h, -1);
-    return residue_add(residue_add(h, residue_shift(h, L)), power);
 }
 
 }  // namespace kvt::multiply

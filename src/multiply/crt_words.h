@@ -22,7 +22,4 @@ void normalise_cyclic(u32* A, u64 N) noexcept;
 // in Cc. Cc is normalised; words of Cn are 0 if top.
 void join_halves(u32* Cc, u32* Cn, bool top, u64 N) noexcept;
 
-// Value modulo 2^61 - 1 of what join_halves() would make, for Cn = 2^L.
-u64 residue_of_top_join(const u32* Cc, u64 N) noexcept;
-
 }  // namespace kvt::multiply

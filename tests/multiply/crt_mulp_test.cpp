@@ -15,6 +15,7 @@
 #include "kernels/residue61.h"
 #include "multiply/crt_words.h"
 #include "multiply/ntt64/ntt64_roots.h"
+#include "multiply/twiddle_table.h"
 #include "reference/arithmetic.h"
 #include "support/child_process.h"
 #include "support/console_capture.h"
@@ -35,7 +36,7 @@ const GlobalTwiddleTable& test_table() {
 }
 
 // A wrapped transform as plain as can be: an operand's buffer holds its length and its words; residues are taken word
-// by word, and -1 modulo 2^L + 1 comes out as all ones, which is -2.
+// by word, and 2^L modulo 2^L + 1 comes out as a one above N zero words.
 class PlainWrapping final : public TransformEngine {
   public:
     TransformPlan plan(u64) const override { return {}; }
@@ -71,15 +72,17 @@ class PlainWrapping final : public TransformEngine {
         const u64 N = plan.wrap_bits / 32;
         std::vector<i64> sums(N);
         for (u64 i = 0; i < n; ++i) sums[i % N] += i < N ? i64{C[i]} : plan.wrap_sign * i64{C[i]};
-        std::vector<u32> words(N);
+        std::vector<u32> words(N + 1);
         i64 carry = 0;
-        for (int round = 0; round < 2; ++round) {
-            carry *= plan.wrap_sign;
-            for (u64 i = 0; i < N; ++i) {
-                const i64 sum = (round == 0 ? sums[i] : i64{words[i]}) + carry;
-                words[i] = static_cast<u32>(sum);
-                carry = sum >> 32;
+        for (u64 i = 0; i < N; ++i, carry >>= 32) words[i] = static_cast<u32>(carry += sums[i]);
+        while (carry != 0) {
+            const bool zero = std::all_of(words.begin(), words.end(), [](u32 w) { return w == 0; });
+            if (plan.wrap_sign < 0 && carry == 1 && zero) {
+                words[N] = 1;
+                break;
             }
+            carry *= plan.wrap_sign;
+            for (u64 i = 0; i < N; ++i, carry >>= 32) words[i] = static_cast<u32>(carry += words[i]);
         }
         std::memcpy(out.bytes, words.data() + out.first, 4 * out.count);
     }
@@ -95,15 +98,23 @@ class PlainWrapping final : public TransformEngine {
 };
 const PlainWrapping plain_wrapping;
 
+std::vector<u32> power_of_two(u64 bit) {
+    std::vector<u32> A(bit / 32 + 1);
+    A.back() = u32{1} << bit % 32;
+    return A;
+}
+
 enum class Way { thresholds, ntt64, wrapped };
 
 CrtConvolution convolution_for(Way way, u64 L_bits) {
     if (way == Way::thresholds) return crt_convolution(L_bits);
     if (way == Way::ntt64) {
         const TransformPlan plan = ntt64_engine().plan(2 * L_bits);
-        return {&ntt64_engine(), false, plan, plan};
+        return {false, {&ntt64_engine(), plan}, {&ntt64_engine(), plan}};
     }
-    return {&plain_wrapping, true, PlainWrapping::wrapped(L_bits, 1), PlainWrapping::wrapped(L_bits, -1)};
+    return {true,
+            {&plain_wrapping, PlainWrapping::wrapped(L_bits, 1)},
+            {&plain_wrapping, PlainWrapping::wrapped(L_bits, -1)}};
 }
 
 void check(Way way, const std::vector<u32>& A, const std::vector<u32>& B, u64 N, u64 skew = 0, u64 tasks = 1) {
@@ -121,12 +132,6 @@ void check(Way way, const std::vector<u32>& A, const std::vector<u32>& B, u64 N,
     EXPECT_TRUE(memory.intact());
 }
 
-std::vector<u32> power_of_two(u64 bit) {
-    std::vector<u32> A(bit / 32 + 1);
-    A.back() = u32{1} << bit % 32;
-    return A;
-}
-
 TEST(CrtMulp, EveryLengthAndWay) {
     Rng rng(4401);
     for (u64 N = 1; N <= 24; ++N) {
@@ -139,6 +144,35 @@ TEST(CrtMulp, EveryLengthAndWay) {
             }
         }
     }
+}
+
+// Rows of the 32-bit engine: wrapped transforms; next to them plain ones.
+TEST(CrtMulp, LengthsOfTheWrappedTransforms) {
+    GlobalTwiddleTable table{};
+    make_table(table, 2'000'000);
+    Rng rng(4407);
+    for (u64 L : {u64{65'536}, u64{81'920}, u64{147'456}, u64{172'032}, u64{262'144}, u64{65'536 + 32}}) {
+        if (!KVNUM_HAVE_GMP && L > 81'920) break;
+        const u64 N = L / 32;
+        EXPECT_EQ(crt_convolution(L).wrapped, L != 65'536 + 32) << L;
+        for (u64 tasks : {1u, 3u}) {
+            const CrtSizes sizes = crt_mulp_sizes(L, tasks);
+            const Scratch scratch(sizes.scratch_bytes, 5), memory(sizes.storage_bytes, 9);
+            const u64 nb = rng.between(1, N);
+            std::vector<u32> A = words<u32>(Pattern::random, 2 * N - nb, rng), B = words<u32>(Pattern::runs, nb, rng);
+            if (tasks == 3) {  // -1 modulo 2^L + 1
+                A = power_of_two(L - 77);
+                B = power_of_two(77);
+            }
+            MemoryStorage storage(memory.data(), memory.size());
+            std::vector<u32> C(A.size() + B.size());
+            CRT_mulp(scratch.parameters(&table, tasks), storage, nullptr, C.data(), A.data(), A.size(), B.data(),
+                     B.size(), L);
+            EXPECT_TRUE(C == reference::product(A, B)) << L << " " << tasks;
+            EXPECT_TRUE(scratch.intact() && memory.intact());
+        }
+    }
+    free_table(table);
 }
 
 TEST(CrtMulp, LongerOperands) {
