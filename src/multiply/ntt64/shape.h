@@ -9,7 +9,7 @@ namespace kvt::multiply::ntt64 {
 inline constexpr unsigned least_exponent = 3;         // of a transform with points of one word
 inline constexpr unsigned least_narrow_exponent = 6;  // with points of two
 inline constexpr u64 line_points = 8;                 // of a cache line: the least columns taken at once
-inline constexpr u64 buffer_points = 1 << 14;         // of columns taken at once, if that is more
+inline constexpr u64 buffer_points = 1 << 15;         // of columns taken at once, if that is more
 inline constexpr u64 part_limit = 256;                // of tasks
 
 struct Shape {
@@ -18,7 +18,7 @@ struct Shape {
     unsigned exponent = 0;
     // Tests lower these two to see every stage at small lengths.
     unsigned block_exponent = 14;  // a node of 2^14 points (128 KiB) is transformed in cache
-    u64 row_limit = 4096;          // of a column stage
+    u64 row_limit = 2048;          // of a column stage
 
     u64 points() const { return u64{radix} << exponent; }
     u64 bits() const { return 64 * prime_sets[set].point_words * points(); }
