@@ -2,11 +2,16 @@
 """The kvnum program from outside: program_test.py [LAUNCHER] PROGRAM. Python's own integers are the oracle."""
 
 import hashlib
+import json
+import math
+import os
 import pathlib
 import random
+import select
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 COMMAND = []
@@ -75,6 +80,31 @@ class Program(unittest.TestCase):
         for text, value in forms.items():
             self.assertEqual(self.product("mul", "--hex", self.file("a", text), b), value, repr(text))
 
+    def test_decimal_operands(self):
+        rng = random.Random(2)
+        for digits in (1, 30, 700, 4000):
+            a = rng.choice((-1, 1)) * rng.randrange(10**digits)
+            b = rng.choice((-1, 1)) * rng.randrange(1, 10 ** (digits // 2 + 1))
+            names = self.file("a", f"{a}\n"), self.file("b", f" {b}")
+            self.assertEqual(self.decimal("mul", *names), [a * b])
+            self.assertEqual(self.decimal("sqr", names[0]), [a * a])
+            quotient = abs(a) // abs(b) * (-1 if (a < 0) != (b < 0) else 1)
+            self.assertEqual(self.decimal("div", *names), [quotient, a - quotient * b])
+            self.assertEqual(self.product("convert", names[0]), a)
+            self.assertEqual(self.decimal("convert", "--hex", self.file("hex", f"{a:x}")), [a])
+        a = self.file("a", "-12345678901234567890")
+        for n in (0, 1, 7, 50):
+            self.assertEqual(self.decimal("pow", a, str(n)), [(-12345678901234567890) ** n])
+        zero = self.file("zero", "0")
+        self.rejected("division by zero", "div", a, zero)
+        self.rejected("a, line 1, column 1: 'f' is not a decimal digit", "sqr", self.file("a", "ff"))
+        self.rejected("the power is too long", "pow", self.file("a", "7"), str(2**63))
+
+    def decimal(self, *arguments):
+        done = self.run_program(*arguments)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        return [int(line) for line in done.stdout.split()]
+
     def test_standard_input_and_output_file(self):
         b = self.file("b", "3")
         self.assertEqual(self.product("mul", "--hex", "-", b, stdin=b"5\n"), 15)
@@ -126,9 +156,9 @@ class Program(unittest.TestCase):
 
     def test_usage(self):
         good = self.file("good", "12")
-        self.rejected("decimal operands and results come in a later version: use --hex", "mul", good, good)
         self.rejected("only one operand can be standard input", "mul", "--hex", "-", "-")
-        for arguments in [(), ("mul", "--hex", good), ("div", good, good), ("sqr", "--threads", "0", good)]:
+        for arguments in [(), ("mul", "--hex", good), ("mod", good, good), ("sqr", "--threads", "0", good),
+                          ("pi",), ("pi", "1", "--framework", "other"), ("pi", "-5")]:
             done = self.run_program(*arguments)
             self.assertEqual((done.returncode, done.stdout), (2, b""), arguments)
             self.assertNotEqual(done.stderr, b"")
@@ -147,10 +177,176 @@ class Program(unittest.TestCase):
         products = {self.run_program("mul", "--hex", a, b, "--threads", str(n)).stdout for n in (1, 2, 5)}
         self.assertEqual(len(products), 1)
 
+    # Constants.
+
+    def digits(self, *arguments):
+        done = self.run_program(*arguments, "--quiet")
+        self.assertEqual((done.returncode, done.stderr), (0, b""), done.stderr)
+        self.assertTrue(done.stdout.endswith(b"\n"))
+        return done.stdout.decode().strip()
+
+    def test_constants_from_formulas_of_their_own(self):
+        digits = 1200
+        unit = 10 ** (digits + 20)
+
+        def atan_sum(pairs, sign):
+            """unit times the sum of c * atan(1/x), or atanh(1/x) for sign = 1"""
+            total = 0
+            for c, x in pairs:
+                term, k = unit * c // x, 0
+                while term:
+                    total += term // (2 * k + 1)
+                    term = sign * term // (x * x) if sign > 0 else -(term // (x * x))
+                    k += 1
+            return total
+
+        e, term, k = 0, unit, 0
+        while term:
+            e, k = e + term, k + 1
+            term //= k
+        values = {
+            "pi": atan_sum([(16, 5), (-4, 239)], -1),
+            "e": e,
+            "log 2": atan_sum([(2, 3)], 1),
+            "log 10": atan_sum([(6, 3), (2, 9)], 1),
+            "sqrt 2": math.isqrt(2 * unit * unit),
+            "sqrt 18446744073709551615": math.isqrt((2**64 - 1) * unit * unit),
+            "golden": (unit + math.isqrt(5 * unit * unit)) // 2,
+            "zeta3": None, "catalan": None, "gamma14": None,
+        }
+        known = {"zeta3": "1.202056903159594285399738161511449990764986292340498",
+                 "catalan": "0.915965594177219015054603514932384110774149374281672",
+                 "gamma14": "3.625609908221908311930685155867672002995167682880065"}
+        for name, value in values.items():
+            got = self.digits(*name.split(), str(digits), "--verify")
+            if value is None:
+                self.assertTrue(got.startswith(known[name]), name)
+                self.assertEqual(len(got), digits + 2)
+            else:
+                text = str(value)[:-20].zfill(digits + 1)
+                self.assertEqual(got, f"{text[:-digits]}.{text[-digits:]}", name)
+
+    def test_whole_square_roots_and_few_digits(self):
+        self.assertEqual(self.digits("sqrt", "144", "5"), "12.00000")
+        self.assertEqual(self.digits("sqrt", "0", "2"), "0.00")
+        self.assertEqual(self.digits("sqrt", str((2**32 - 1) ** 2), "1"), "4294967295.0")
+        self.assertEqual(self.digits("pi", "1"), "3.1")
+        self.assertEqual(self.digits("pi", "--hex", "40"), "3.243f6a8885a308d313198a2e03707344a4093822")
+
+    def test_digits_do_not_depend_on_threads_or_length(self):
+        longest = self.digits("pi", "30000", "--threads", "1")
+        for framework in ("none", "spawn", "winpool", "cilk"):
+            self.assertEqual(self.digits("pi", "30000", "--threads", "3", "--framework", framework), longest)
+        for n in (10, 761, 764, 999, 20000):  # six nines stand behind digit 761
+            self.assertEqual(self.digits("pi", str(n)), longest[: n + 2])
+
+    def test_summary(self):
+        done = self.run_program("pi", "2000", "--verify", "-o", "out")
+        self.assertEqual((done.returncode, done.stdout), (0, b""))
+        summary = dict(line.split(None, 1) for line in done.stderr.decode().splitlines())
+        text = self.path("out").read_text().strip()
+        self.assertEqual(summary["last"], text[-50:])
+        self.assertEqual(summary["file"], "out")
+        self.assertIn("second formula", summary["checks"])
+        done = self.run_program("sqrt", "2", "2000", "--json")
+        summary = json.loads(done.stderr)
+        self.assertEqual((summary["constant"], summary["digits"], summary["file"]), ("sqrt2", 2000, None))
+        self.assertEqual(summary["last"], done.stdout.decode().strip()[-50:])
+        self.assertAlmostEqual(sum(summary["phases"].values()), summary["seconds"], delta=1)
+
+    def test_memory_is_foreseen(self):
+        for arguments in (["pi", "300000"], ["zeta3", "100000", "--verify"], ["log", "2", "100000"],
+                          ["gamma14", "100000"]):
+            done = self.run_program(*arguments, "--json", "-o", "out")
+            summary = json.loads(done.stderr)
+            self.assertLessEqual(summary["peak_bytes"], summary["foreseen_bytes"], arguments)
+            limit = str(summary["foreseen_bytes"] - 1)
+            done = self.run_program(*arguments, "--memory", limit, "-o", "other")
+            self.assertEqual((done.returncode, done.stdout), (2, b""))
+            self.assertRegex(done.stderr, rb"\Akvnum: \d+ digits need [0-9.]+ MiB, more than the limit of [^\n]+\r?\n\Z")
+            self.assertFalse(self.path("other").exists())
+        self.digits("pi", "10", "--memory", "1G")
+        self.rejected("many is no amount of memory: 500M, 2G", "pi", "10", "--memory", "many")
+
+    def test_constants_are_told_what_is_wrong(self):
+        self.rejected("log is there for 2 and 10", "log", "3", "10")
+        self.rejected("at least one digit", "pi", "0")
+        missing = str(pathlib.PurePath("nowhere", "out"))
+        done = self.run_program("pi", "1000000000", "-o", missing)  # told before anything is computed
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertRegex(done.stderr, rb"\Akvnum: nowhere.out: cannot be written: [^\n]+\n\Z")
+
+    def test_info(self):
+        done = self.run_program("info")
+        self.assertEqual(done.returncode, 0)
+        self.assertIn(b"MULv2:", done.stdout)
+
+
+@unittest.skipIf(sys.platform == "win32", "no pseudo-terminals")
+class Terminal(unittest.TestCase):
+    def setUp(self):
+        if len(COMMAND) > 1:
+            self.skipTest("the launcher is between the terminal and the program")
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+
+    def start(self, *arguments):
+        import pty
+        pid, terminal = pty.fork()
+        if pid == 0:
+            os.chdir(self.folder.name)
+            os.execv(COMMAND[0], [*COMMAND, *arguments])
+        self.addCleanup(os.close, terminal)
+        return pid, terminal
+
+    def read(self, terminal, until=None, seconds=60):
+        """What comes until the program ends, or until that text has come."""
+        out, end = b"", time.monotonic() + seconds
+        while time.monotonic() < end and (until is None or until not in out):
+            if not select.select([terminal], [], [], 0.1)[0]:
+                continue
+            try:
+                piece = os.read(terminal, 1 << 16)
+            except OSError:  # the other side is closed
+                break
+            if not piece:
+                break
+            out += piece
+        return out
+
+    def test_bar_digits_and_file(self):
+        pid, terminal = self.start("pi", "400000", "--threads", "1")
+        out = self.read(terminal).decode()
+        self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
+        self.assertRegex(out, r"\[#*\.+\] +\d+ %  series")
+        self.assertRegex(out, r"3\.14159265\d+\.\.\. 400000 digits \.\.\.\d{50}\r\n")
+        self.assertIn("pi-400000.txt", out)
+        text = (pathlib.Path(self.folder.name) / "pi-400000.txt").read_text()
+        self.assertEqual(len(text), 400003)
+
+    def test_quiet_shows_digits_alone(self):
+        pid, terminal = self.start("pi", "20", "--quiet")
+        self.assertEqual(self.read(terminal), b"3.14159265358979323846\r\n")
+        os.waitpid(pid, 0)
+
+    def test_interrupt_leaves_nothing_behind(self):
+        pid, terminal = self.start("pi", "50000000", "-o", "out")
+        self.assertIn(b"series", self.read(terminal, until=b"series"))
+        self.assertEqual(os.listdir(self.folder.name), ["out.partial"])
+        begin = time.monotonic()
+        os.write(terminal, b"\x03")
+        self.assertIn(b"interrupted", self.read(terminal))
+        self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 130)
+        self.assertLess(time.monotonic() - begin, 1)
+        self.assertEqual(os.listdir(self.folder.name), [])
+
+
+if hasattr(sys, "set_int_max_str_digits"):
+    sys.set_int_max_str_digits(0)
 
 if __name__ == "__main__":
     COMMAND = [str(pathlib.Path(part).resolve()) for part in sys.argv[1:]]
-    tests = unittest.defaultTestLoader.loadTestsFromTestCase(Program)
+    tests = unittest.TestSuite(map(unittest.defaultTestLoader.loadTestsFromTestCase, (Program, Terminal)))
     result = unittest.TextTestRunner(verbosity=1).run(tests)
     # The closing lines that ./test counts.
     bad = len(result.failures) + len(result.errors)

@@ -5,11 +5,14 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 #include "failure.h"
+#include "interrupt.h"
 
 #ifdef _WIN32
 #include <fcntl.h>
@@ -79,6 +82,7 @@ std::string read_all(const std::string& file) {
 }
 
 bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
 std::string show(char c) {
@@ -88,7 +92,7 @@ std::string show(char c) {
 
 }  // namespace
 
-std::string read_hex_operand(const std::string& file) {
+std::string read_operand(const std::string& file, bool hex) {
     std::string text = read_all(file);
     std::size_t kept = 0;         // characters kept so far, at the start of the text
     std::size_t first_digit = 0;  // where the digits begin among them
@@ -98,8 +102,10 @@ std::string read_hex_operand(const std::string& file) {
         if (!is_space(c)) {
             const bool sign = (c == '+' || c == '-') && kept == 0;
             const bool prefix =
-                (c == 'x' || c == 'X') && !prefixed && kept == first_digit + 1 && text[kept - 1] == '0';
-            if (!sign && !prefix && !is_hex_digit(c)) reject(file, at, show(c) + " is not a hexadecimal digit");
+                hex && (c == 'x' || c == 'X') && !prefixed && kept == first_digit + 1 && text[kept - 1] == '0';
+            const bool digit = hex ? is_hex_digit(c) : is_digit(c);
+            if (!sign && !prefix && !digit)
+                reject(file, at, show(c) + (hex ? " is not a hexadecimal digit" : " is not a decimal digit"));
             text[kept++] = c;
             if (sign || prefix) first_digit = kept;
             prefixed |= prefix;
@@ -107,29 +113,80 @@ std::string read_hex_operand(const std::string& file) {
         at.pass(c);
     }
     if (text.empty()) reject(file, at, "the file is empty");
-    if (kept == first_digit) reject(file, at, "the file ends before a hexadecimal digit");
+    if (kept == first_digit)
+        reject(file, at, hex ? "the file ends before a hexadecimal digit" : "the file ends before a decimal digit");
     text.resize(kept);
     return text;
 }
 
-void write_result(const std::string& file, std::string_view text) {
-    File opened;
-    std::FILE* stream = stdout;
-    if (file.empty()) {
+OutputFile::OutputFile(const std::string& name) : name_(name) {
+    if (name.empty()) {
         use_bytes(stdout);
-    } else {
-        opened.reset(std::fopen(file.c_str(), "wb"));
-        if (opened == nullptr) throw UserError(fmt::format("{}: cannot be written: {}", file, std::strerror(errno)));
-        stream = opened.get();
+        stream_ = stdout;
+        return;
     }
-    const bool written = std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
-                         std::fputc('\n', stream) != EOF && std::fflush(stream) == 0;
-    if (written) return;
-    const std::string reason = std::strerror(errno);
-    opened.reset();
     std::error_code ignored;
-    if (!file.empty() && std::filesystem::is_regular_file(file, ignored)) std::filesystem::remove(file, ignored);
-    throw UserError(fmt::format("{}: cannot be written: {}", file.empty() ? "standard output" : file, reason));
+    const bool device = std::filesystem::exists(name, ignored) && !std::filesystem::is_regular_file(name, ignored);
+    if (!device) {
+        partial_ = name + ".partial";
+        set_partial_file(partial_);
+    }
+    stream_ = std::fopen(device ? name_.c_str() : partial_.c_str(), "wb");
+    if (stream_ == nullptr) fail(errno);
+}
+
+OutputFile::~OutputFile() { discard(); }
+
+void OutputFile::write(std::string_view text) {
+    constexpr std::size_t block = std::size_t{1} << 20;
+    for (std::size_t at = 0; at < text.size(); at += block) {
+        const std::string_view piece = text.substr(at, block);
+        if (std::fwrite(piece.data(), 1, piece.size(), stream_) != piece.size()) fail(errno);
+        if (was_interrupted()) {
+            discard();
+            std::_Exit(130);
+        }
+    }
+}
+
+void OutputFile::finish() {
+    std::FILE* const stream = std::exchange(stream_, nullptr);
+    bool written = std::fflush(stream) == 0;
+    int error = errno;
+    if (stream != stdout && std::fclose(stream) != 0 && written) {
+        written = false;
+        error = errno;
+    }
+    if (!written) fail(error);
+    if (partial_.empty()) return;
+    std::error_code failure;
+    std::filesystem::rename(partial_, name_, failure);
+    if (failure) fail(failure.value());
+    set_partial_file("");
+    partial_.clear();
+}
+
+void OutputFile::fail(int error) {
+    discard();
+    throw UserError(
+        fmt::format("{}: cannot be written: {}", name_.empty() ? "standard output" : name_, std::strerror(error)));
+}
+
+void OutputFile::discard() {
+    if (stream_ != nullptr && stream_ != stdout) std::fclose(stream_);
+    stream_ = nullptr;
+    if (partial_.empty()) return;
+    std::error_code ignored;
+    std::filesystem::remove(partial_, ignored);
+    set_partial_file("");
+    partial_.clear();
+}
+
+void write_result(const std::string& file, std::string_view text) {
+    OutputFile out(file);
+    out.write(text);
+    out.write("\n");
+    out.finish();
 }
 
 }  // namespace program

@@ -102,6 +102,12 @@ class Real : public detail::Owner<BigFloat_c64> {
         return trim();
     }
 
+    // Drops zero words at the bottom, so that products with it are shorter; the value stays.
+    Real& drop_zero_words() {
+        BigFloat_c64_strip_tzs_all(get());
+        return *this;
+    }
+
     friend bool operator==(const Real& a, const Real& b) { return BigFloat_c64_cmp(a.get(), b.get()) == 0; }
     friend std::strong_ordering operator<=>(const Real& a, const Real& b) {
         return BigFloat_c64_cmp(a.get(), b.get()) <=> 0;

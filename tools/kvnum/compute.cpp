@@ -1,0 +1,197 @@
+#include "compute.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "failure.h"
+#include "files.h"
+
+namespace program {
+namespace {
+
+constexpr double digits_per_hex_digit = 1.2041199826559248;  // log10(16)
+constexpr std::uint64_t guard_digits = 12;
+constexpr std::uint64_t terminal_digits = 10'000;  // more go into a file
+constexpr std::uint64_t last_digits = 50;
+
+double decimal_digits(const ComputeRequest& request) {
+    return static_cast<double>(request.digits) * (request.hex ? digits_per_hex_digit : 1.0) + 2 * guard_digits;
+}
+
+std::uint64_t precision_of(const ComputeRequest& request) {
+    return kv::Real::words_for_digits(static_cast<std::uint64_t>(decimal_digits(request)) + 20);
+}
+
+std::string mebibytes(std::uint64_t bytes) {
+    return fmt::format("{:.1f} MiB", static_cast<double>(bytes) / (1 << 20));
+}
+
+// The digits of x, cut behind the wanted ones. Guard digits of nothing but nines or zeros leave open whether the
+// digits before them are right; then there is no value.
+std::optional<kv::Text> digits_of(const kv::Real& x, const ComputeRequest& request, std::string_view* text) {
+    const std::uint64_t d = request.digits + guard_digits + 10;
+    kv::Text out = request.hex ? x.to_hex(d) : x.to_decimal(d);
+    const std::string_view all = out.view();
+    const std::size_t point = all.find('.');
+    if (point == std::string_view::npos) throw LibraryError("the text of a number has no point");
+    const std::string_view fraction = all.substr(point + 1);
+    const bool whole = fraction.find_first_not_of('0') == std::string_view::npos;
+    const std::string_view guard = fraction.substr(std::min<std::size_t>(request.digits, fraction.size()));
+    if (!whole && guard.size() >= 5 &&
+        (guard.find_first_not_of('0') == std::string_view::npos ||
+         guard.find_first_not_of(request.hex ? 'f' : '9') == std::string_view::npos))
+        return std::nullopt;
+    *text =
+        all.substr(0, point + (request.digits != 0 ? 1 : 0) + std::min<std::size_t>(request.digits, fraction.size()));
+    return out;
+}
+
+// Both values agree in all wanted digits and some of the guard digits.
+void require_agreement(const kv::Real& x, const kv::Real& y, const ComputeRequest& request) {
+    const double bits = (decimal_digits(request) - guard_digits) * std::log2(10.0);
+    kv::Real unit(1, 1);
+    unit.scale(-static_cast<std::int64_t>(bits));
+    if (abs(x - y) >= unit) throw LibraryError("the second formula gives another value: the result is not written");
+}
+
+kv::Real evaluate(const Formula& formula, Progress& progress, const ComputeRequest& request) {
+    Workshop shop{progress, precision_of(request), decimal_digits(request)};
+    kv::Real value = formula.evaluate(shop);
+    kv::Context::current().release();
+    return value;
+}
+
+struct Summary {
+    const Constant& constant;
+    const ComputeRequest& request;
+    const Progress& progress;
+    std::string file, last;
+    std::uint64_t foreseen;
+};
+
+void print_summary(const Summary& s) {
+    const kv::Context& context = kv::Context::current();
+    std::string phases;
+    for (const Phase& phase : s.progress.phases())
+        phases += fmt::format("{}{} {:.3f}", phases.empty() ? "" : ", ", phase.name, phase.seconds);
+    const std::string checks =
+        s.request.verify ? "every product; second formula (" + s.constant.second.name + ") agrees" : "every product";
+    fmt::print(stderr,
+               "{:<10}{}, {} {} digits after the point\n{:<10}{}\n{:<10}{:.3f} s: {}\n{:<10}{} at its peak, {} "
+               "foreseen\n{:<10}{}, {}\n{:<10}{}\n{:<10}{}\n",
+               "constant", s.constant.name, s.request.digits, s.request.hex ? "hexadecimal" : "decimal", "formula",
+               s.constant.first.name, "time", s.progress.seconds(), phases, "memory", mebibytes(peak_memory_bytes()),
+               mebibytes(s.foreseen), "threads", context.tasks(), kv::Context::framework(), "checks", checks, "last",
+               s.last);
+    if (!s.file.empty()) fmt::print(stderr, "{:<10}{}\n", "file", s.file);
+}
+
+std::string json_text(std::string_view text) {
+    std::string out = "\"";
+    for (char c : text) {
+        if (c == '"' || c == '\\') out += '\\';
+        if (static_cast<unsigned char>(c) < ' ')
+            out += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
+        else
+            out += c;
+    }
+    return out + '"';
+}
+
+void print_json(const Summary& s) {
+    std::string phases;
+    for (const Phase& phase : s.progress.phases())
+        phases += fmt::format("{}{}: {:.6f}", phases.empty() ? "" : ", ", json_text(phase.name), phase.seconds);
+    fmt::print(
+        stderr,
+        "{{\"constant\": {}, \"digits\": {}, \"base\": {}, \"formula\": {}, \"seconds\": {:.6f}, \"phases\": "
+        "{{{}}}, \"peak_bytes\": {}, \"foreseen_bytes\": {}, \"threads\": {}, \"framework\": {}, \"verified\": "
+        "{}, \"last\": {}, \"file\": {}}}\n",
+        json_text(s.constant.name), s.request.digits, s.request.hex ? 16 : 10, json_text(s.constant.first.name),
+        s.progress.seconds(), phases, peak_memory_bytes(), s.foreseen, kv::Context::current().tasks(),
+        json_text(kv::Context::framework()), s.request.verify, json_text(s.last),
+        s.file.empty() ? "null" : json_text(s.file));
+}
+
+}  // namespace
+
+// The last step of a splitting holds three numbers of either side and two products, the arena that of two products
+// with a common factor; the text its characters, the number and the arena of the conversion. The two fifths on top are
+// what the allocator keeps between the sizes of many numbers.
+std::uint64_t memory_foreseen(const ComputeRequest& request) {
+    const std::uint64_t p = precision_of(request), number = 8 * (p + 4), tasks = kv::Context::current().tasks();
+    const std::uint64_t kept = request.verify ? number : 0;
+    std::uint64_t shared;
+    kv::detail::check(mul_iPsize_c64(&shared, 2 * (p + 2), tasks));
+    const std::uint64_t series = 8 * number + shared;
+    const std::uint64_t division = 3 * number + kv::Real::bytes_needed(kv::Real::Operation::divide, p).total();
+    const std::uint64_t digits = request.digits + guard_digits + 10;
+    const std::uint64_t text =
+        number +
+        kv::Real::bytes_needed(request.hex ? kv::Real::Operation::to_hex : kv::Real::Operation::to_decimal, digits)
+            .total();
+    const std::uint64_t most = kept + std::max({series, division, text});
+    return most + 2 * most / 5 + (std::uint64_t{32} << 20) + (tasks << 20);
+}
+
+void compute(const Constant& constant, const ComputeRequest& request) {
+    if (request.digits == 0) throw UserError("at least one digit");
+    const std::uint64_t foreseen = memory_foreseen(request);
+    if (request.memory_limit != 0 && foreseen > request.memory_limit)
+        throw UserError(fmt::format("{} digits need {}, more than the limit of {}", request.digits,
+                                    mebibytes(foreseen), mebibytes(request.memory_limit)));
+
+    std::string file = request.output;
+    const bool terminal = is_terminal(stdout);
+    if (file.empty() && terminal && request.digits > terminal_digits)
+        file = fmt::format("{}-{}{}.txt", constant.name, request.digits, request.hex ? "-hex" : "");
+    OutputFile out(file);
+
+    constexpr double text_weight = 8;
+    const double weight = constant.first.weight + (request.verify ? constant.second.weight : 0) + text_weight;
+    std::string last;
+    {
+        Progress progress(!request.quiet && is_terminal(stderr), weight);
+        std::optional<kv::Text> text;
+        std::string_view digits;
+        {
+            const kv::Real value = evaluate(constant.first, progress, request);
+            if (request.verify) {
+                const kv::Real again = evaluate(constant.second, progress, request);
+                require_agreement(value, again, request);
+            }
+            progress.begin("text", text_weight);
+            text = digits_of(value, request, &digits);
+        }
+        if (!text) {
+            progress.end();
+            throw LibraryError("the digits end within a long run of equal digits: ask for a few more or less");
+        }
+        kv::Context::current().release();
+        progress.begin("writing", 0);
+        out.write(digits);
+        // A whole number has no more digits of its own.
+        const std::size_t point = digits.find('.');
+        const std::uint64_t there = point == std::string_view::npos ? 0 : digits.size() - point - 1;
+        if (there < request.digits)
+            out.write((point == std::string_view::npos ? "." : "") + std::string(request.digits - there, '0'));
+        out.write("\n");
+        out.finish();
+        progress.end();
+        last = digits.substr(digits.size() - std::min<std::size_t>(digits.size(), last_digits));
+        if (terminal && !file.empty() && request.output.empty())
+            fmt::print("{}... {} digits ...{}\n", digits.substr(0, 52), request.digits, last);
+        std::fflush(stdout);
+        if (!request.quiet) {
+            // The bar goes before the summary comes.
+            progress.hide();
+            const Summary summary{constant, request, progress, file, last, foreseen};
+            request.json ? print_json(summary) : print_summary(summary);
+        }
+    }
+}
+
+}  // namespace program
