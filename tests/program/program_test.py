@@ -276,6 +276,33 @@ class Program(unittest.TestCase):
         self.assertEqual((done.returncode, done.stdout), (2, b""))
         self.assertRegex(done.stderr, rb"\Akvnum: nowhere.out: cannot be written: [^\n]+\n\Z")
 
+    def test_series_of_ones_own(self):
+        pi = self.file("pi", "# pi\np - (6k-5) (2k-1) (6k-1)\nq 10939058860032000 k^3\na 13591409 545140134\n"
+                       "scale 4270934400\nroot 10005 # its inverse\ninvert\n")
+        other = self.file("other", "p (4k-3) (2k-1) (4k-1)\nq 3073907232 k^3\na 1103 26390\nscale 9801\n"
+                          "divisor 2\nroot 2\ninvert\n")
+        self.assertEqual(self.digits("custom", "5000", "--series", pi, "--against", other), self.digits("pi", "5000"))
+        e = self.file("e", "q k")
+        self.assertEqual(self.digits("custom", "3000", "--series", e), self.digits("e", "3000"))
+        done = self.run_program("custom", "100", "--series", pi, "--against", e, "-o", "out")
+        self.assertEqual((done.returncode, done.stdout), (1, b""))
+        self.assertIn(b"the second formula gives another value", done.stderr)
+        self.assertFalse(self.path("out").exists())
+        self.rejected("custom is verified by another series: --against FILE",
+                      "custom", "10", "--series", e, "--verify")
+        for text, reason in {
+            "q": "the series does not converge fast enough",
+            "p k\nq (2k-1)\nq 3": "bad, line 3: q stands twice",
+            "p k": "bad, line 2: q is missing",
+            "q (2k-2)": "bad, line 1: '(2k-2)' is not positive for k = 1",
+            "q (2k*3)": "bad, line 1: '(2k*3)' is no factor",
+            "q k^0": "bad, line 1: a power is not within 1 to 32",
+            "q x": "bad, line 1: 'x' is no number below 2^64",
+            "scale 1 2\nq k": "bad, line 1: 2 is too much",
+            "sum 1": "bad, line 1: sum is none of p, q, a, scale, divisor, root, invert",
+        }.items():
+            self.rejected(reason, "custom", "10", "--quiet", "--series", self.file("bad", text))
+
     def test_info(self):
         done = self.run_program("info")
         self.assertEqual(done.returncode, 0)

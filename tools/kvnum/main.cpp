@@ -12,6 +12,7 @@
 
 #include "arithmetic.h"
 #include "compute.h"
+#include "custom.h"
 #include "failure.h"
 #include "interrupt.h"
 #include "self_benchmark.h"
@@ -75,6 +76,17 @@ class CommandLine {
             "sqrt", "the square root of an integer below 2^64", [this] { return sqrt_of(request.radicand); }, true);
         root->get_option("X")->description("the integer");
 
+        CLI::App* custom = add_constant("custom", "a series described in a file", [this] {
+            Formula formula = formula_from_file(series_file);
+            Formula second = against_file.empty() ? formula : formula_from_file(against_file);
+            request.compute.verify |= !against_file.empty();
+            if (request.compute.verify && against_file.empty())
+                throw UserError("custom is verified by another series: --against FILE");
+            return Constant{"custom", std::move(formula), std::move(second)};
+        });
+        custom->add_option("--series", series_file, "the description")->required()->type_name("FILE");
+        custom->add_option("--against", against_file, "a second series of the same value")->type_name("FILE");
+
         add_operation("mul", "the product of two integers", 2, &multiply);
         add_operation("sqr", "the square of an integer", 1, &square);
         add_operation("div", "the quotient and the remainder of two integers, a line each", 2, &divide);
@@ -113,7 +125,10 @@ class CommandLine {
             request.compute.hex = request.arithmetic.hex;
             request.compute.output = request.arithmetic.output;
             if (!request.memory.empty()) request.compute.memory_limit = bytes_of(request.memory);
-            with_context(request, [&] { compute(make(), request.compute); });
+            with_context(request, [&] {
+                const Constant constant = make();
+                compute(constant, request.compute);
+            });
         });
         return command;
     }
@@ -145,6 +160,7 @@ class CommandLine {
     }
 
     Request request;
+    std::string series_file, against_file;
 };
 
 int main(int argc, char** argv) {
