@@ -30,7 +30,7 @@ struct Options {
 
 std::vector<Operation> all_operations() {
     std::vector<Operation> out;
-    for (auto family : {kernel_operations(), product_operations(), number_operations()})
+    for (auto family : {kernel_operations(), product_operations(), number_operations(), object_operations()})
         out.insert(out.end(), family.begin(), family.end());
     return out;
 }

@@ -22,7 +22,7 @@ namespace kvt::objects {
 namespace {
 
 // Products of at most this many words are formed whole on the stack when only a window of them is kept.
-constexpr u64 stack_product_words = 40;
+constexpr u64 stack_product_words = 24;
 
 enum class TopWord { non_zero, zero, zero_or_one };
 

@@ -30,7 +30,7 @@ void FloatString::check_strip() const {
     refuse_if(exp_applied, "Cannot strip zeros after applying exp.");
 }
 
-void FloatString::terminate() noexcept {
+void FloatString::close() noexcept {
     text[length] = '\0';
     formatting_set = true;
 }
@@ -125,7 +125,7 @@ bool FloatString::format_fixed(u64 d) {
     apply_dot(static_cast<u64>(std::max<i64>(integer_digits, 1)));
     strip_zeros();
     apply_sign();
-    terminate();
+    close();
     return true;
 }
 
@@ -137,7 +137,7 @@ void FloatString::format_sci(u64 d, const char* marker) {
     apply_dot(1);
     apply_sign();
     apply_exp(marker);
-    terminate();
+    close();
 }
 
 void FloatString::format_integer() {
@@ -145,7 +145,7 @@ void FloatString::format_integer() {
     truncate_at(0, '5', '9');
     strip_zeros();
     apply_sign();
-    terminate();
+    close();
 }
 
 char* FloatString::finished() const noexcept {

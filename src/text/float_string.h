@@ -44,7 +44,7 @@ struct FloatString {
   private:
     void check_truncation() const;
     void check_strip() const;
-    void terminate() noexcept;
+    void close() noexcept;
 };
 
 }  // namespace kvt::text

@@ -80,7 +80,7 @@ TYPED_TEST(BigFloatProductTest, ShortProductsAreTheFloorOfTheExactOne) {
 }
 
 TYPED_TEST(BigFloatProductTest, LongProductsAreTheFloorOfTheExactOne) {
-    constexpr u64 longest = 28;
+    constexpr u64 longest = 300;
     multiply::ensure_global_table(64 * 1200);
     for (u64 round = 0; round < rounds(150); ++round) {
         const u64 n = this->rng_.between(1, longest), m = round % 2 != 0 ? n : this->rng_.between(1, longest);
@@ -92,8 +92,9 @@ TYPED_TEST(BigFloatProductTest, LongProductsAreTheFloorOfTheExactOne) {
 // Products just below and just above a power of the word base, where the top word hangs on the lowest words.
 TYPED_TEST(BigFloatProductTest, TheKeptWindowFollowsTheTopWord) {
     using W = TypeParam;
+    multiply::ensure_global_table(64 * 1200);
     const W ones = static_cast<W>(~W{0});
-    for (u64 n : {1, 2, 3, 5, 28}) {
+    for (u64 n : {1, 2, 3, 5, 30, 60}) {
         std::vector<W> power(n, 0), just_below(n, ones), above(n, 0), near(n, 0);
         power.back() = 1;
         above.back() = 1;
@@ -107,7 +108,7 @@ TYPED_TEST(BigFloatProductTest, TheKeptWindowFollowsTheTopWord) {
                     this->check(OwnedBigFloat<W>(a, 3, true), OwnedBigFloat<W>(b, -5, false), p);
     }
     // 1/3 = 0.555..: times 3 it is 0.fff.., and with the last word one up 1.000..
-    for (u64 n : {2, 3, 8, 28}) {
+    for (u64 n : {2, 3, 8, 30, 60}) {
         std::vector<W> third(n, static_cast<W>(ones / 3)), above = third;
         ++above[0];
         for (u64 p = 0; p < n; ++p) {
@@ -119,10 +120,11 @@ TYPED_TEST(BigFloatProductTest, TheKeptWindowFollowsTheTopWord) {
 
 TYPED_TEST(BigFloatProductTest, TwoProductsThatShareAFactorEqualTwoProducts) {
     using W = TypeParam;
-    multiply::ensure_global_table(64 * 2000);
-    const u64 lengths[][3] = {{0, 3, 2}, {3, 0, 2}, {5, 9, 2}, {12, 15, 20}};
+    multiply::ensure_global_table(64 * 3000);
+    const u64 lengths[][3] = {{0, 3, 2},       {3, 0, 2},         {5, 9, 2},       {12, 15, 20},
+                              {400, 410, 420}, {1000, 800, 1000}, {810, 1500, 800}};
     for (const auto& [la, lb, lc] : lengths) {
-        for (u64 p : {u64{4}, u64{120}, u64{205}, ~u64{0}}) {
+        for (u64 p : {u64{4}, u64{450}, u64{900}, ~u64{0}}) {
             const auto A = this->random(la), B = this->random(lb), C = this->random(lc);
             u64 bytes;
             multiply::mul_iPsize<W>(bytes, lb + std::max(la, lc) + 1, 1);

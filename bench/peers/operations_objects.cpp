@@ -1,0 +1,114 @@
+// Number objects: sums against the bare kernel of a peer, and our own products with and without what they save.
+
+#include "gmp_operands.h"
+
+namespace peers {
+namespace {
+
+BigInt_c64 integer(Words& words) { return {words.data(), words.size(), true, words.data(), words.size()}; }
+
+// value = words, the lowest at position exp; capacity of the whole vector.
+BigFloat_c64 real(Words& words, std::size_t n, std::int64_t exp = 0) {
+    return {words.data(), n, exp, true, words.data(), words.size()};
+}
+
+// The top word of the longer operand is halved, so that a sum carries no word.
+std::shared_ptr<Operands> addends(std::size_t n) {
+    auto x = std::make_shared<Operands>(Setting{n, n, 1}, n + 1);
+    x->a.back() = x->a.back() >> 1 | std::uint64_t{1} << 62;
+    x->b.back() >>= 2;
+    return x;
+}
+
+Comparison add_integers(const Setting& setting) {
+    const std::size_t n = setting.words;
+    auto x = addends(n);
+    return {repeated([x] {
+                BigInt_c64 out = integer(x->ours), a = integer(x->a), b = integer(x->b);
+                succeed(BigInt_c64_set_add(&out, &a, &b));
+            }),
+            repeated([x, n] { mpn_add_n(limbs(x->theirs), limbs(x->a), limbs(x->b), static_cast<mp_size_t>(n)); }),
+            [x] { return x->ours == x->theirs; }};
+}
+
+using Sum = ExceptionWrapper* (*)(BigFloat_c64*, const BigFloat_c64*, const BigFloat_c64*, std::uint64_t);
+template <Sum sum, auto peer>
+Comparison add_reals(const Setting& setting) {
+    const std::size_t n = setting.words;
+    auto x = addends(n);
+    return {repeated([x, n] {
+                BigFloat_c64 out = real(x->ours, 0), a = real(x->a, n), b = real(x->b, n);
+                succeed(sum(&out, &a, &b, n));
+            }),
+            repeated([x, n] { peer(limbs(x->theirs), limbs(x->a), limbs(x->b), static_cast<mp_size_t>(n)); }),
+            [x] { return x->ours == x->theirs; }};
+}
+mp_limb_t add_limbs(mp_limb_t* c, const mp_limb_t* a, const mp_limb_t* b, mp_size_t n) {
+    return mpn_add_n(c, a, b, n);
+}
+mp_limb_t sub_limbs(mp_limb_t* c, const mp_limb_t* a, const mp_limb_t* b, mp_size_t n) {
+    return mpn_sub_n(c, a, b, n);
+}
+
+// A product of which the upper half is kept, against the whole one.
+Comparison truncated_product(const Setting& s) {
+    const std::size_t n = s.words;
+    auto x = std::make_shared<Operands>(Setting{n, n, s.tasks}, 2 * n);
+    x->prepare_product(2 * n, s.tasks);
+    return {repeated([x, n] {
+                BigFloat_c64 out = real(x->ours, 0), a = real(x->a, n), b = real(x->b, n);
+                succeed(BigFloat_c64_set_mul(&out, &x->params, &a, &b, n - 2));
+            }),
+            repeated([x, n] {
+                BigFloat_c64 out = real(x->theirs, 0), a = real(x->a, n), b = real(x->b, n);
+                succeed(BigFloat_c64_set_mul(&out, &x->params, &a, &b, 2 * n));
+            }),
+            [x, n] {
+                return std::equal(x->ours.begin(), x->ours.begin() + static_cast<std::ptrdiff_t>(n),
+                                  x->theirs.begin() + static_cast<std::ptrdiff_t>(n));
+            }};
+}
+
+// A*B and B*C together, against two products.
+Comparison shared_factor(const Setting& s) {
+    const std::size_t n = s.words;
+    auto x = std::make_shared<Operands>(Setting{n, n, s.tasks}, 4 * n);
+    x->prepare_product(2 * n, s.tasks);
+    std::uint64_t bytes = 0;
+    succeed(mul_iPsize_c64(&bytes, 2 * n, s.tasks));
+    x->scratch.resize(bytes + 64);
+    x->params.memory = x->scratch.data() + (64 - reinterpret_cast<std::uintptr_t>(x->scratch.data()) % 64);
+    x->params.memory_bytes = bytes;
+    auto products = [x, n](Words& out, auto&& call) {
+        BigFloat_c64 first{out.data(), 0, 0, true, out.data(), 2 * n};
+        BigFloat_c64 second{out.data() + 2 * n, 0, 0, true, out.data() + 2 * n, 2 * n};
+        BigFloat_c64 a = real(x->a, n), b = real(x->b, n);
+        call(first, second, a, b);
+    };
+    return {repeated([x, n, products] {
+                products(x->ours, [&](auto& first, auto& second, auto& a, auto& b) {
+                    succeed(BigFloat_c64_set_mul_AB_BC(&first, &second, &x->params, &a, &b, &a, 2 * n));
+                });
+            }),
+            repeated([x, n, products] {
+                products(x->theirs, [&](auto& first, auto& second, auto& a, auto& b) {
+                    succeed(BigFloat_c64_set_mul(&first, &x->params, &a, &b, 2 * n));
+                    succeed(BigFloat_c64_set_mul(&second, &x->params, &b, &a, 2 * n));
+                });
+            }),
+            [x] { return x->ours == x->theirs; }};
+}
+
+constexpr Operation operations[] = {
+    {"int_add", "gmp", "mpn_add_n", 1, add_integers},
+    {"real_add", "gmp", "mpn_add_n", 1, add_reals<BigFloat_c64_set_add, add_limbs>},
+    {"real_sub", "gmp", "mpn_sub_n", 1, add_reals<BigFloat_c64_set_sub, sub_limbs>},
+    {"real_mul", "own", "the whole product", 12, truncated_product},
+    {"AB_BC", "own", "two products", 12, shared_factor},
+};
+
+}  // namespace
+
+std::span<const Operation> object_operations() { return operations; }
+
+}  // namespace peers
