@@ -8,6 +8,8 @@
 #include "frame/parameters.h"
 #include "kernels/karatsuba.h"
 #include "multiply/thresholds.h"
+#include "objects/big_float.h"
+#include "objects/exact_float.h"
 #include "threads/framework.h"
 
 using namespace kvt;
@@ -58,10 +60,10 @@ KVNUM_EXPORT void CompilationOptions() noexcept {
         add_thresholds<u32>(text);
         add_thresholds<u64>(text);
         text.line("BigFloat:", 'w');
-        add_value(text, "    Extra Precision", 2, " words");
+        add_value(text, "    Extra Precision", objects::big_float_extra_words, " words");
         add_value(text, "    Addition Buffer", 128, " words");
         text.line("ExactFloat:", 'w');
-        add_value(text, "    Basecase clen", 20, " words");
+        add_value(text, "    Basecase clen", objects::exact_float_basecase_words, " words");
         text.print();
     });
 }
