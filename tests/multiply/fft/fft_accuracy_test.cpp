@@ -20,21 +20,25 @@ constexpr Digits all_digits[] = {Digits::random, Digits::extreme_signs, Digits::
 
 // As many bytes as `digits` digits of b bits fill.
 std::vector<u8> operand_of(Digits kind, u64 digits, u64 b, Rng& rng) {
-    std::vector<u8> bytes(digits * b / 8);
+    std::vector<u8> bytes;
+    bytes.reserve(digits * b / 8);
     const u64 most = (u64{1} << (b - 1)) - 1, block = u64{1} << rng.between(3, 10);
+    u64 waiting = 0, waiting_bits = 0;
     bool sign = false;
     for (u64 j = 0; j < digits; ++j) {
-        u64 field = 0;
+        u64 field = most;
         switch (kind) {
-            case Digits::random: field = rng.next(); break;
-            case Digits::extreme_signs: field = rng.below(2) == 0 ? most : most + 1; break;
-            case Digits::constant: field = most; break;
+            case Digits::random: field = rng.next() & (2 * most + 1); break;
+            case Digits::extreme_signs: field = most + rng.below(2); break;
+            case Digits::constant: break;
             case Digits::blocks:
                 if (j % block == 0) sign = rng.below(2) == 0;
-                field = sign ? most : most + 1;
+                field = most + sign;
                 break;
         }
-        for (u64 i = 0; i < b; ++i) bytes[(j * b + i) / 8] |= static_cast<u8>((field >> i & 1) << (j * b + i) % 8);
+        waiting |= field << waiting_bits;
+        for (waiting_bits += b; waiting_bits >= 8; waiting_bits -= 8, waiting >>= 8)
+            bytes.push_back(static_cast<u8>(waiting));
     }
     return bytes;
 }
