@@ -283,8 +283,10 @@ struct LaneOps {
     AI V times(V x, const Factor& f) const { return mul_minus(x, f, c, c.p); }  // in (p - 2^26, 2p)
 };
 
-template <unsigned radix, bool inverse>
-void radix_pass(u64* d, u64 n, const Prime& prime, bool negacyclic) {
+// n columns; the parts of the source and of the target lie `from_step` and `to_step` apart.
+template <unsigned radix, bool inverse, class Source, class Target>
+void radix_pass(const Source* from, u64 from_step, Target* to, u64 to_step, u64 n, const Prime& prime,
+                bool negacyclic) {
     const LaneOps ops(prime.p);
     Factor f[8];
     u32 plain[8];
@@ -293,20 +295,21 @@ void radix_pass(u64* d, u64 n, const Prime& prime, bool negacyclic) {
     for (u64 k = 0; k < n; k += lanes) {
         V x[radix];
 #pragma GCC unroll 8
-        for (unsigned y = 0; y < radix; ++y) x[y] = load(d + y * n + k);
+        for (unsigned y = 0; y < radix; ++y) x[y] = load(from + y * from_step + k);
         if (negacyclic && !inverse) negate_odd<radix>(ops, x);
         radix_butterfly<radix>(ops, f, x);
         if (negacyclic && inverse) negate_odd<radix>(ops, x);
 #pragma GCC unroll 8
-        for (unsigned y = 0; y < radix; ++y) store(d + y * n + k, reduce(x[y], ops.c));
+        for (unsigned y = 0; y < radix; ++y) store(to + y * to_step + k, reduce(x[y], ops.c));
     }
 }
-template <bool inverse>
-void any_radix_pass(u64* d, u64 n, const Prime& prime, const Shape& shape) {
+template <bool inverse, class Source, class Target>
+void any_radix_pass(const Source* from, u64 from_step, Target* to, u64 to_step, u64 n, const Prime& prime,
+                    const Shape& shape) {
     switch (shape.radix) {
-        case 3: return radix_pass<3, inverse>(d, n, prime, shape.negacyclic);
-        case 5: return radix_pass<5, inverse>(d, n, prime, shape.negacyclic);
-        case 7: return radix_pass<7, inverse>(d, n, prime, shape.negacyclic);
+        case 3: return radix_pass<3, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
+        case 5: return radix_pass<5, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
+        case 7: return radix_pass<7, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
         default: return;
     }
 }

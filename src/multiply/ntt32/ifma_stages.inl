@@ -154,7 +154,11 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
                 prefetch(bytes + at + columns * cutter.step, columns * cutter.step);
             cut(bytes, n_bytes, at, cutter, columns, group + row * columns, c);
         }
-        any_radix_pass<false>(group, branch, prime, shape);
+        if (shape.depth() == 0) {
+            any_radix_pass<false>(group, branch, rows + column, shape.pitch, columns, prime, shape);
+            continue;
+        }
+        any_radix_pass<false>(group, branch, group, branch, branch, prime, shape);
         for (unsigned i = 0; i < shape.radix; ++i) {
             split_levels(group + i * branch, shape.depth() + shape.column_log, shape.column_log, shape.half_empty,
                          t[i], c);
@@ -169,6 +173,10 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
 
 void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u64 end, void* scratch) noexcept {
     if (shape.rows() == 1) return;
+    if (shape.depth() == 0) {
+        any_radix_pass<true>(rows + begin, shape.pitch, rows + begin, shape.pitch, end - begin, prime, shape);
+        return;
+    }
     const Constants c(prime.p);
     u64* memory = static_cast<u64*>(scratch);
     u64* const group = memory;
@@ -185,7 +193,7 @@ void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u
         for (unsigned i = 0; i < shape.radix; ++i) {
             merge_levels(group + i * branch, shape.depth() + shape.column_log, shape.column_log, t[i], c);
         }
-        any_radix_pass<true>(group, branch, prime, shape);
+        any_radix_pass<true>(group, branch, group, branch, branch, prime, shape);
         for (u64 row = 0; row < shape.rows(); ++row) {
             u32* const to = rows + row * shape.pitch + column;
             for (u64 k = 0; k < columns; k += lanes) store(to + k, reduce_low(load(group + row * columns + k), c));

@@ -262,8 +262,9 @@ struct LaneOps {
     AI V times(V x, const Factor& f) const { return mul(x, f, c); }
 };
 
+// n columns; the parts of the source and of the target lie `from_step` and `to_step` apart.
 template <unsigned radix, bool inverse>
-void radix_pass(u32* d, u64 n, const Prime& prime, bool negacyclic) {
+void radix_pass(const u32* from, u64 from_step, u32* to, u64 to_step, u64 n, const Prime& prime, bool negacyclic) {
     const LaneOps ops{Constants(prime.p)};
     Factor f[8];
     u32 plain[8];
@@ -272,20 +273,21 @@ void radix_pass(u32* d, u64 n, const Prime& prime, bool negacyclic) {
     for (u64 k = 0; k < n; k += lanes) {
         V x[radix];
 #pragma GCC unroll 8
-        for (unsigned y = 0; y < radix; ++y) x[y] = load(d + y * n + k);
+        for (unsigned y = 0; y < radix; ++y) x[y] = load(from + y * from_step + k);
         if (negacyclic && !inverse) negate_odd<radix>(ops, x);
         radix_butterfly<radix>(ops, f, x);
         if (negacyclic && inverse) negate_odd<radix>(ops, x);
 #pragma GCC unroll 8
-        for (unsigned y = 0; y < radix; ++y) store(d + y * n + k, x[y]);
+        for (unsigned y = 0; y < radix; ++y) store(to + y * to_step + k, x[y]);
     }
 }
 template <bool inverse>
-void any_radix_pass(u32* d, u64 n, const Prime& prime, const Shape& shape) {
+void any_radix_pass(const u32* from, u64 from_step, u32* to, u64 to_step, u64 n, const Prime& prime,
+                    const Shape& shape) {
     switch (shape.radix) {
-        case 3: return radix_pass<3, inverse>(d, n, prime, shape.negacyclic);
-        case 5: return radix_pass<5, inverse>(d, n, prime, shape.negacyclic);
-        case 7: return radix_pass<7, inverse>(d, n, prime, shape.negacyclic);
+        case 3: return radix_pass<3, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
+        case 5: return radix_pass<5, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
+        case 7: return radix_pass<7, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
         default: return;
     }
 }
@@ -564,7 +566,11 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
             cut_some(bytes, n_bytes, ((row << shape.block_log) + column) * step, step, columns, group + row * columns,
                      c);
         }
-        any_radix_pass<false>(group, branch, prime, shape);
+        if (shape.depth() == 0) {
+            any_radix_pass<false>(group, branch, rows + column, shape.pitch, columns, prime, shape);
+            continue;
+        }
+        any_radix_pass<false>(group, branch, group, branch, branch, prime, shape);
         for (unsigned i = 0; i < shape.radix; ++i) {
             split_tree(group + i * branch, shape.depth() + shape.column_log, shape.column_log, shape.half_empty, 0, 0,
                        t[i], c);
@@ -577,6 +583,10 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
 
 void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u64 end, void* scratch) noexcept {
     if (shape.rows() == 1) return;
+    if (shape.depth() == 0) {
+        any_radix_pass<true>(rows + begin, shape.pitch, rows + begin, shape.pitch, end - begin, prime, shape);
+        return;
+    }
     const Constants c(prime.p);
     u32* memory = static_cast<u32*>(scratch);
     u32* const group = memory;
@@ -591,7 +601,7 @@ void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u
         for (unsigned i = 0; i < shape.radix; ++i) {
             merge_tree(group + i * branch, shape.depth() + shape.column_log, shape.column_log, 0, 0, t[i], c);
         }
-        any_radix_pass<true>(group, branch, prime, shape);
+        any_radix_pass<true>(group, branch, group, branch, branch, prime, shape);
         for (u64 row = 0; row < shape.rows(); ++row) {
             __builtin_memcpy(rows + row * shape.pitch + column, group + row * columns, 4 * columns);
         }
