@@ -343,14 +343,14 @@ class Terminal(unittest.TestCase):
         return out
 
     def test_bar_digits_and_file(self):
-        pid, terminal = self.start("pi", "400000", "--threads", "1")
+        pid, terminal = self.start("pi", "4000000", "--threads", "1")
         out = self.read(terminal).decode()
         self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
         self.assertRegex(out, r"\[#*\.+\] +\d+ %  series")
-        self.assertRegex(out, r"3\.14159265\d+\.\.\. 400000 digits \.\.\.\d{50}\r\n")
-        self.assertIn("pi-400000.txt", out)
-        text = (pathlib.Path(self.folder.name) / "pi-400000.txt").read_text()
-        self.assertEqual(len(text), 400003)
+        self.assertRegex(out, r"3\.14159265\d+\.\.\. 4000000 digits \.\.\.\d{50}\r\n")
+        self.assertIn("pi-4000000.txt", out)
+        text = (pathlib.Path(self.folder.name) / "pi-4000000.txt").read_text()
+        self.assertEqual(len(text), 4000003)
 
     def test_quiet_shows_digits_alone(self):
         pid, terminal = self.start("pi", "20", "--quiet")
