@@ -13,6 +13,11 @@ endif()
 
 # Instruction sets are per file, told by the suffix of its name. These files hold kernels only: no exceptions, no LTO.
 set(kvnum_isa_common -fno-exceptions -fno-lto)
+set(kvnum_scalar_options ${kvnum_isa_common})
+# Vector code under UndefinedBehaviorSanitizer takes minutes a file to compile and shows what the plain twins show.
+if(KVNUM_SANITIZE MATCHES "undefined")
+  list(APPEND kvnum_isa_common -fno-sanitize=undefined)
+endif()
 set(kvnum_isa_adx -mbmi2 -madx)
 set(kvnum_isa_avx2 -mavx2 -mfma -mbmi2)
 # GCC 12 warns of its own intrinsics: https://gcc.gnu.org/bugzilla/show_bug.cgi?id=105593
@@ -26,10 +31,12 @@ endforeach()
 # The transform's kernels hold their points in registers only where short loops over them are unrolled.
 set(fft_kernel_files ${kvnum_sources})
 list(FILTER fft_kernel_files INCLUDE REGEX "/multiply/fft/fft_(avx2|avx512|avx512ifma)\\.cpp$")
-set_property(SOURCE ${fft_kernel_files} APPEND PROPERTY COMPILE_OPTIONS $<$<CONFIG:Release>:-O3>)
+if(NOT KVNUM_SANITIZE)
+  set_property(SOURCE ${fft_kernel_files} APPEND PROPERTY COMPILE_OPTIONS $<$<CONFIG:Release>:-O3>)
+endif()
 set(scalar_kernel_files ${kvnum_sources})
 list(FILTER scalar_kernel_files INCLUDE REGEX "_scalar\\.cpp$")
-set_source_files_properties(${scalar_kernel_files} PROPERTIES COMPILE_OPTIONS "${kvnum_isa_common}")
+set_source_files_properties(${scalar_kernel_files} PROPERTIES COMPILE_OPTIONS "${kvnum_scalar_options}")
 
 add_library(kvnum_objects OBJECT ${kvnum_sources})
 target_include_directories(kvnum_objects PUBLIC ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR}/include)
