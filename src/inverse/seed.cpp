@@ -1,48 +1,29 @@
 #include "inverse/seed.h"
 
-#include <xmmintrin.h>
-
-#include <bit>
 #include <cmath>
+
+#include "kernels/float_state.h"
+#include "objects/big_float.h"
 
 namespace kvt::inverse {
 namespace {
 
-// The caller may have set another rounding mode, or denormals to zero; the seeds need the standard environment.
-class StandardRounding {
-  public:
-    StandardRounding() : saved_(_mm_getcsr()) { _mm_setcsr(0x1f80); }
-    ~StandardRounding() { _mm_setcsr(saved_); }
-
-  private:
-    u32 saved_;
-};
-
 // Keeps the arithmetic on a value between the changes of the environment.
 inline void pin(double& value) { __asm__ volatile("" : "+x"(value)::"memory"); }
 
-// A word as a double below 1, scaled by B^-1 .. B^-3.
 template <class W>
-double word_below_one(W word, int position) {
-    double value = static_cast<double>(word);
-    pin(value);
-    return std::ldexp(value, -static_cast<int>(word_bits<W>) * position);
+objects::BigFloat<W> view(SmallFloat<W>& x) noexcept {
+    return {x.w, x.n, x.exp, true, x.w, SmallFloat<W>::capacity_words};
 }
 
-// d * B^offset for a positive normal d: the significand in words, then the remaining bit shift by a word product.
+// d * B^offset.
 template <class W>
 SmallFloat<W> from_double(double d, i64 offset) {
-    const u64 bits = std::bit_cast<u64>(d);
-    const u64 significand = (bits & ((u64{1} << 52) - 1)) | u64{1} << 52;
-    const i64 scale_bits = static_cast<i64>(bits >> 52 & 0x7ff) - 1075;
-    constexpr unsigned log2_word_bits = std::countr_zero(word_bits<W>);
-
     SmallFloat<W> out;
-    for (u64 rest = significand; rest != 0; rest = word_bits<W> == 64 ? 0 : rest >> 32)
-        out.w[out.n++] = static_cast<W>(rest);
-    out.exp = offset + (scale_bits >> log2_word_bits);
-    const unsigned shift = static_cast<unsigned>(scale_bits & (word_bits<W> - 1));
-    if (shift != 0) scale(out, static_cast<W>(W{1} << shift));
+    objects::BigFloat<W> words = view(out);
+    objects::set_double(words, d, offset);
+    out.n = words.L;
+    out.exp = words.exp;
     return out;
 }
 
@@ -51,18 +32,19 @@ SmallFloat<W> from_double(double d, i64 offset) {
 template <class W>
 SmallFloat<W> reciprocal_seed(const W* T, u64 n, i64 exp) noexcept {
     constexpr u64 used_words = word_bits<W> == 64 ? 2 : 3;
-    StandardRounding environment;
-    double d = 0;
-    for (u64 i = 1; i <= used_words && i <= n; ++i) d += word_below_one(T[n - i], static_cast<int>(i));
+    const kernels::FloatState environment;
+    SmallFloat<W> top = top_words(T, n, exp, used_words);
+    i64 position;
+    double d = objects::to_double(view(top), position);
     pin(d);
     double r = 1.0 / d;
     pin(r);
-    return from_double<W>(r, -(exp + static_cast<i64>(n)));
+    return from_double<W>(r, -position);
 }
 
 template <class W>
 SmallFloat<W> inverse_sqrt_seed(W x) noexcept {
-    StandardRounding environment;
+    const kernels::FloatState environment;
     double d = static_cast<double>(x);
     pin(d);
     double r = 1.0 / std::sqrt(d);
