@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "frame/types.h"
+#include "kernels/schoolbook.h"
 
 namespace kvt::inverse {
 
@@ -52,16 +53,11 @@ SmallFloat<W> top_words(const W* T, u64 n, i64 exp, u64 words) noexcept {
     return out;
 }
 
-// a * m + carry word by word; the product has one word more when the last carry is not zero. n < capacity_words.
+// a * m; the product has one word more when the last carry is not zero. n < capacity_words.
 template <class W>
 void scale(SmallFloat<W>& a, W m) noexcept {
-    DoubleWord<W> carry = 0;
-    for (u64 i = 0; i < a.n; ++i) {
-        carry += static_cast<DoubleWord<W>>(a.w[i]) * m;
-        a.w[i] = static_cast<W>(carry);
-        carry >>= word_bits<W>;
-    }
-    if (carry != 0) a.w[a.n++] = static_cast<W>(carry);
+    const W carry = kernels::mul_ir(a.w, a.n, m, W{0});
+    if (carry != 0) a.w[a.n++] = carry;
 }
 
 // The exact product of the operands' top p + 2 words, cut to its top p + 2 significant words. p <= 14.
@@ -71,31 +67,12 @@ SmallFloat<W> multiply(const SmallFloat<W>& a, const SmallFloat<W>& b, u64 p) no
     if (a.n == 0 || b.n == 0) return out;
     const SmallFloat<W> x = top_words(a.w, a.n, a.exp, p + 2);
     const SmallFloat<W> y = top_words(b.w, b.n, b.exp, p + 2);
-    std::fill_n(out.w, x.n + y.n, W{0});
-    for (u64 j = 0; j < y.n; ++j) {
-        DoubleWord<W> carry = 0;
-        for (u64 i = 0; i < x.n; ++i) {
-            carry += static_cast<DoubleWord<W>>(x.w[i]) * y.w[j] + out.w[i + j];
-            out.w[i + j] = static_cast<W>(carry);
-            carry >>= word_bits<W>;
-        }
-        out.w[j + x.n] = static_cast<W>(carry);
-    }
+    kernels::mulB(out.w, x.w, x.n, y.w, y.n);
     out.n = x.n + y.n;
     out.exp = x.exp + y.exp;
     out.trim_top();
     out.keep_top(p + 2);
     return out;
-}
-
-// Magnitudes compared: -1, 0 or 1.
-template <class W>
-int compare(const SmallFloat<W>& a, const SmallFloat<W>& b) noexcept {
-    if (a.n == 0 || b.n == 0) return (a.n != 0) - (b.n != 0);
-    if (a.top() != b.top()) return a.top() < b.top() ? -1 : 1;
-    for (i64 k = a.top(); k-- > std::min(a.exp, b.exp);)
-        if (a.at(k) != b.at(k)) return a.at(k) < b.at(k) ? -1 : 1;
-    return 0;
 }
 
 // a + b; words below the top `words` of the larger operand's range are dropped before adding.
