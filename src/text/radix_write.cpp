@@ -1,7 +1,6 @@
 #include "text/radix_write.h"
 
 #include <algorithm>
-#include <exception>
 
 #include "frame/console.h"
 #include "frame/exceptions.h"
@@ -46,7 +45,10 @@ class Conversion {
         const u64 kept = std::min(block.k, plan_.fraction_words(s));
         Block<W> upper{block.fraction + (block.k - kept), kept, block.digit_words, s, false};
         if (plan_.splits_tasks(tasks, depth)) {
-            run_both(upper, lower, tasks, depth, work);
+            const u64 upper_tasks = tasks - tasks / 2;
+            u8* const lower_work = work + plan_.block_bytes(upper.m, upper_tasks, depth + 1);
+            Threads::run_both([&] { run(upper, upper_tasks, depth + 1, work); },
+                              [&] { run(lower, tasks / 2, depth + 1, lower_work); });
         } else {
             run(upper, tasks, depth + 1, work);
             run(lower, tasks, depth + 1, work);
@@ -99,25 +101,6 @@ class Conversion {
         if (shift == 0) return;
         for (u64 i = 0; i < kept; ++i)
             out[i] = static_cast<W>(out[i] >> shift | out[i + 1] << (word_bits<W> - shift));
-    }
-
-    // The two halves at the same time. An exception must not leave a forked side: it is carried over the join.
-    void run_both(Block<W>& upper, Block<W>& lower, u64 tasks, u64 depth, u8* work) const {
-        std::exception_ptr errors[2];
-        const u64 upper_tasks = tasks - tasks / 2;
-        u8* const lower_work = work + plan_.block_bytes(upper.m, upper_tasks, depth + 1);
-        Threads::run_parts(2, [&](u64 part) {
-            try {
-                if (part == 0)
-                    run(upper, upper_tasks, depth + 1, work);
-                else
-                    run(lower, tasks / 2, depth + 1, lower_work);
-            } catch (...) {
-                errors[part] = std::current_exception();
-            }
-        });
-        for (const std::exception_ptr& error : errors)
-            if (error) std::rethrow_exception(error);
     }
 
     void join(Block<W>& block, const Block<W>& upper, const Block<W>& lower) const {

@@ -62,7 +62,10 @@ class Reading {
         work += area_bytes(plan_.split_words(m, s) * sizeof(W));
         u64 lower_length, upper_length;
         if (plan_.splits_tasks(tasks, depth)) {
-            run_both(out, lower_length, upper, upper_length, first, m, s, tasks, depth, work);
+            const u64 lower_tasks = tasks - tasks / 2;
+            u8* const upper_work = work + plan_.block_bytes(s, lower_tasks, depth + 1);
+            Threads::run_both([&] { lower_length = run(out, first, s, lower_tasks, depth + 1, work); },
+                              [&] { upper_length = run(upper, first + s, m - s, tasks / 2, depth + 1, upper_work); });
         } else {
             lower_length = run(out, first, s, tasks, depth + 1, work);
             upper_length = run(upper, first + s, m - s, tasks, depth + 1, work);
@@ -103,25 +106,6 @@ class Reading {
         if (kernels::add1_ir(out + offset + upper_n, end - offset - upper_n, carry) == 0) return end;
         out[end] = 1;
         return end + 1;
-    }
-
-    void run_both(W* out, u64& lower_length, W* upper, u64& upper_length, u64 first, u64 m, u64 s, u64 tasks,
-                  u64 depth, u8* work) const {
-        const u64 lower_tasks = tasks - tasks / 2;
-        u8* const upper_work = work + plan_.block_bytes(s, lower_tasks, depth + 1);
-        std::exception_ptr errors[2];
-        Threads::run_parts(2, [&](u64 part) {
-            try {
-                if (part == 0)
-                    lower_length = run(out, first, s, lower_tasks, depth + 1, work);
-                else
-                    upper_length = run(upper, first + s, m - s, tasks / 2, depth + 1, upper_work);
-            } catch (...) {
-                errors[part] = std::current_exception();
-            }
-        });
-        for (const std::exception_ptr& error : errors)
-            if (error) std::rethrow_exception(error);
     }
 
     const RadixPlan<W>& plan_;

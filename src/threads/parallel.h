@@ -2,6 +2,8 @@
 // How the library's own code forks: a number of parts on the current framework. Parts never throw; a part that fails
 // records it, and the caller raises after the join.
 
+#include <exception>
+
 #include "frame/types.h"
 #include "threads/framework.h"
 
@@ -22,6 +24,25 @@ void run_parts(u64 parts, Part&& part) {
         Part& part;
     } action(part);
     framework->run_range(&action, 0, parts);
+}
+
+// Runs both actions, possibly at the same time. An exception must not leave a forked side: it is carried over the
+// join, the first action's before the second's.
+template <class First, class Second>
+void run_both(First&& first, Second&& second) {
+    std::exception_ptr errors[2];
+    run_parts(2, [&](u64 part) {
+        try {
+            if (part == 0)
+                first();
+            else
+                second();
+        } catch (...) {
+            errors[part] = std::current_exception();
+        }
+    });
+    for (const std::exception_ptr& error : errors)
+        if (error) std::rethrow_exception(error);
 }
 
 // Share [first, last) of part i when n items are divided among parts as evenly as possible.
