@@ -15,4 +15,19 @@ char* write_digits_before(char* end, u64 value) noexcept;
 // meaningless.
 u64 read_digits(const char* text, unsigned count, bool& ok) noexcept;
 
+// Values of hexadecimal digits in either case; 255 for every other character.
+struct HexDigitTable {
+    u8 value[256];
+    constexpr HexDigitTable() : value() {
+        for (unsigned c = 0; c < 256; ++c) {
+            value[c] = c >= '0' && c <= '9'   ? static_cast<u8>(c - '0')
+                       : c >= 'a' && c <= 'f' ? static_cast<u8>(c - 'a' + 10)
+                       : c >= 'A' && c <= 'F' ? static_cast<u8>(c - 'A' + 10)
+                                              : u8{0xff};
+        }
+    }
+};
+inline constexpr HexDigitTable hex_digit_table;
+inline u64 hex_digit_value(char c) noexcept { return hex_digit_table.value[static_cast<u8>(c)]; }
+
 }  // namespace kvt::text

@@ -8,6 +8,7 @@
 #include "frame/format.h"
 #include "objects/big_float_parts.h"
 #include "objects/words.h"
+#include "text/digits.h"
 #include "text/float_string.h"
 
 namespace kvt::text {
@@ -37,20 +38,6 @@ void write_digits(char* out, const W* T, u64 L) noexcept {
     }
 }
 
-struct DigitTable {
-    u8 value[256];
-    constexpr DigitTable() : value() {
-        for (unsigned c = 0; c < 256; ++c) {
-            value[c] = c >= '0' && c <= '9'   ? static_cast<u8>(c - '0')
-                       : c >= 'a' && c <= 'f' ? static_cast<u8>(c - 'a' + 10)
-                       : c >= 'A' && c <= 'F' ? static_cast<u8>(c - 'A' + 10)
-                                              : u8{0xff};
-        }
-    }
-};
-constexpr DigitTable digit_table;
-u64 digit_of(char c) noexcept { return digit_table.value[static_cast<u8>(c)]; }
-
 struct Digits {
     const char* first;  // the first digit that is not 0
     u64 count;
@@ -63,7 +50,7 @@ Digits parse(const char* text, u64 chars, const char* location) {
     if (i < chars && (text[i] == '-' || text[i] == '+')) sign = text[i++] == '+';
     if (chars - i >= 2 && text[i] == '0' && (text[i + 1] == 'x' || text[i + 1] == 'X')) i += 2;
     const u64 begin = i;
-    while (i < chars && digit_of(text[i]) < 16) ++i;
+    while (i < chars && hex_digit_value(text[i]) < 16) ++i;
     if (i < chars || i == begin) raise_parse_error(location, "Invalid character at position " + to_decimal(i) + ".");
     i = begin;
     while (i < chars && text[i] == '0') ++i;
@@ -74,7 +61,7 @@ Digits parse(const char* text, u64 chars, const char* location) {
 template <class W>
 W read_word(const char* text, u64 n) noexcept {
     u64 word = 0;
-    for (u64 i = 0; i < n; ++i) word = word << 4 | digit_of(text[i]);
+    for (u64 i = 0; i < n; ++i) word = word << 4 | hex_digit_value(text[i]);
     return static_cast<W>(word);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "text/digits.h"
 #include "text/read_decimal.h"
 
 namespace kvt::text {
@@ -61,9 +62,7 @@ class Cursor {
     }
 
   private:
-    static bool is_hexadecimal(char c) noexcept {
-        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-    }
+    static bool is_hexadecimal(char c) noexcept { return hex_digit_value(c) < 16; }
 
     const char* text_;
     u64 chars_;
