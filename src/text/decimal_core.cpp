@@ -26,11 +26,6 @@ namespace {
 constexpr const char* location = "to_string_dec()";
 
 template <class W>
-u64 words_area(u64 words) noexcept {
-    return area_bytes(words * sizeof(W));
-}
-
-template <class W>
 void plan_decimal(RadixPlan<W>& plan, u64 n, u64 tasks) {
     const u64 useful = multiply::useful_tasks(tasks, n * word_bits<W>);
     const i32 code = make_radix_plan<W>(plan, Decimal<W>::base, n, useful, Direction::write);

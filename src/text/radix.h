@@ -14,7 +14,6 @@ struct Decimal<u64> {
     static constexpr u64 odd_base = 19'073'486'328'125u;      // 5^19
     static constexpr unsigned digits = 19;                    // characters of a digit word
     static constexpr unsigned twos = 19;                      // base = odd_base << twos
-    static constexpr double digits_per_word = 19.265919722494797;
     static constexpr double words_per_digit = 0.051905126482615034;
     static constexpr double digit_words_per_word = 1.0139957748681472;
 };
@@ -25,7 +24,6 @@ struct Decimal<u32> {
     static constexpr u32 odd_base = 1'953'125;  // 5^9
     static constexpr unsigned digits = 9;
     static constexpr unsigned twos = 9;
-    static constexpr double digits_per_word = 9.632959861247398;
     static constexpr double words_per_digit = 0.10381025296523007;
     static constexpr double digit_words_per_word = 1.0703288734719332;
 };

@@ -79,5 +79,9 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
 constexpr u64 area_bytes(u64 bytes) noexcept {
     return (bytes + (data_alignment_bytes - 1)) / data_alignment_bytes * data_alignment_bytes;
 }
+template <class W>
+constexpr u64 words_area(u64 words) noexcept {
+    return area_bytes(words * sizeof(W));
+}
 
 }  // namespace kvt::text

@@ -4,9 +4,11 @@
 
 #include "frame/exceptions.h"
 #include "inverse/power.h"
+#include "inverse/progress.h"
 #include "inverse/sizes.h"
 #include "objects/big_float_parts.h"
 #include "objects/words.h"
+#include "text/digits.h"
 #include "text/number_text.h"
 #include "text/radix.h"
 #include "text/radix_plan.h"
@@ -25,15 +27,10 @@ constexpr const char* hex_location = "BigFloat::set_string_hex()";
 template <class W>
 constexpr u64 guard_words = 64 / word_bits<W> + 1;
 
-template <class W>
-u64 words_area(u64 words) noexcept {
-    return area_bytes(words * sizeof(W));
-}
-
 // Digits that matter at a precision of q words; the others are dropped.
 template <class W>
 u64 used_digits(u64 digits, u64 q) noexcept {
-    const double limit = static_cast<double>(std::min(q, u64{1} << 48) + 2) * Decimal<W>::digits_per_word;
+    const double limit = static_cast<double>(std::min(q, u64{1} << 48) + 2) * inverse::decimal_digits_per_word<W>;
     return std::min(digits, static_cast<u64>(limit) + 2);
 }
 
@@ -130,7 +127,7 @@ void set_string_hex(BigFloat<W>& out, const char* text, u64 chars, u64 p) {
         const u64 place = offset + digits - 1 - i;
         const u64 word = place / per_word;
         if (word < L - kept) break;
-        const W value = static_cast<W>(c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
+        const W value = static_cast<W>(hex_digit_value(c));
         out.T[word - (L - kept)] |= static_cast<W>(value << (4 * (place % per_word)));
     }
 }
