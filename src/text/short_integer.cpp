@@ -67,16 +67,6 @@ u64 trimmed(const u64* words, u64 n) noexcept {
     return n;
 }
 
-// words = words * m + carry; returns the carry out.
-u64 scale_add(u64* words, u64 n, u64 m, u64 carry) noexcept {
-    for (u64 i = 0; i < n; ++i) {
-        const u128 t = static_cast<u128>(words[i]) * m + carry;
-        words[i] = static_cast<u64>(t);
-        carry = static_cast<u64>(t >> 64);
-    }
-    return carry;
-}
-
 }  // namespace
 
 char* write_short_decimal(char* end, u64* words, u64 n) noexcept {
@@ -92,18 +82,6 @@ char* write_short_decimal(char* end, u64* words, u64 n) noexcept {
         n = trimmed(words, n);
     }
     return write_digits_before(end, n == 0 ? 0 : words[0]);
-}
-
-u64 read_short_decimal(u64* out, const char* text, u64 count, bool& ok) noexcept {
-    u64 n = 0;
-    for (u64 position = 0; position < count;) {
-        const unsigned group =
-            static_cast<unsigned>((count - position) % digits == 0 ? digits : (count - position) % digits);
-        const u64 carry = scale_add(out, n, base, read_digits(text + position, group, ok));
-        if (carry != 0) out[n++] = carry;
-        position += group;
-    }
-    return n;
 }
 
 }  // namespace kvt::text

@@ -10,6 +10,7 @@
 #include "support/operands.h"
 #include "text/digits.h"
 #include "text/medium_integer.h"
+#include "text/read_decimal.h"
 
 namespace kvt::text {
 namespace {
@@ -42,10 +43,10 @@ void check_both_ways(const std::vector<u64>& words) {
 
     test::FencedBytes text(want.size());
     std::copy(want.begin(), want.end(), text.data());
-    test::FencedWords<u64> out(words_of_digits(want.size()));
-    bool ok = true;
-    const u64 n = read_short_decimal(out, reinterpret_cast<char*>(text.data()), want.size(), ok);
-    EXPECT_TRUE(ok);
+    const char* const characters = reinterpret_cast<char*>(text.data());
+    EXPECT_EQ(skip_decimal_digits(characters, 0, want.size()), want.size());
+    test::FencedWords<u64> out(decimal_words<u64>(want.size()));
+    const u64 n = read_decimal_digits<u64>({}, out, characters, want.size());
     std::vector<u64> value(out.data(), out.data() + n), trimmed = words;
     while (!trimmed.empty() && trimmed.back() == 0) trimmed.pop_back();
     while (!value.empty() && value.back() == 0) value.pop_back();
