@@ -84,11 +84,11 @@ TextSizes float_decimal_sizes(u64 d, u64 tasks) {
 }
 
 template <class W>
-char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const BigInt<W>& x) {
+char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const BigInt<W>& x, PhaseSeconds* times) {
     if (x.L == 0) return write_literal(buffer, "0");
     const BigFloat<W> value{x.T, x.L, 0, x.sign, x.T, x.L};
-    FloatString digits =
-        write_decimal_digits(params, buffer, integer_buffer_bytes<W>(x.L), value, x.L, integer_digit_words<W>(x.L));
+    FloatString digits = write_decimal_digits(params, buffer, integer_buffer_bytes<W>(x.L), value, x.L,
+                                              integer_digit_words<W>(x.L), times);
     check_fraction(digits);
     digits.format_integer();
     return digits.finished();
@@ -98,7 +98,7 @@ template <class W>
 char* to_string_dec(const BasicParameters& params, char* buffer, const BigInt<W>& x) {
     if (x.L == 0) return write_literal(buffer, "0");
     if (x.L * sizeof(W) <= 8 * longest_medium_words) return write_directly(params, buffer, x);
-    return to_string_dec_scaled(params, buffer, x);
+    return to_string_dec_scaled(params, buffer, x, nullptr);
 }
 
 template <class W>
@@ -107,7 +107,7 @@ char* to_string_dec(const BasicParameters& params, char* buffer, const BigFloat<
     d = std::max<u64>(d, 1);
     const u64 n = float_digit_words<W>(d);
     FloatString digits =
-        write_decimal_digits(params, buffer, 6 + Decimal<W>::digits * n + 25, x, float_precision<W>(d), n);
+        write_decimal_digits(params, buffer, 6 + Decimal<W>::digits * n + 25, x, float_precision<W>(d), n, nullptr);
     if (!digits.format_fixed(d)) digits.format_sci(d, " *10^ ");
     return digits.finished();
 }
@@ -116,8 +116,8 @@ template TextSizes integer_decimal_sizes<u32>(u64, u64);
 template TextSizes integer_decimal_sizes<u64>(u64, u64);
 template TextSizes float_decimal_sizes<u32>(u64, u64);
 template TextSizes float_decimal_sizes<u64>(u64, u64);
-template char* to_string_dec_scaled(const BasicParameters&, char*, const BigInt<u32>&);
-template char* to_string_dec_scaled(const BasicParameters&, char*, const BigInt<u64>&);
+template char* to_string_dec_scaled(const BasicParameters&, char*, const BigInt<u32>&, PhaseSeconds*);
+template char* to_string_dec_scaled(const BasicParameters&, char*, const BigInt<u64>&, PhaseSeconds*);
 template char* to_string_dec(const BasicParameters&, char*, const BigInt<u32>&);
 template char* to_string_dec(const BasicParameters&, char*, const BigInt<u64>&);
 template char* to_string_dec(const BasicParameters&, char*, const BigFloat<u32>&, u64);

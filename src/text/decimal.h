@@ -5,6 +5,7 @@
 #include "frame/parameters.h"
 #include "objects/big_float.h"
 #include "objects/big_int.h"
+#include "text/phase_timer.h"
 
 namespace kvt::text {
 
@@ -27,8 +28,10 @@ char* to_string_dec(const BasicParameters& params, char* buffer, const objects::
 template <class W>
 char* to_string_dec(const BasicParameters& params, char* buffer, const objects::BigFloat<W>& x, u64 d);
 
-// The integer's text by the scaling conversion whatever its length; for tests and tuning.
+// The integer's text by the scaling conversion whatever its length; for tests and tuning. What the phases took is
+// added to times.
 template <class W>
-char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const objects::BigInt<W>& x);
+char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const objects::BigInt<W>& x,
+                           PhaseSeconds* times = nullptr);
 
 }  // namespace kvt::text

@@ -110,7 +110,7 @@ u64 decimal_core_bytes(u64 p, u64 n, u64 tasks) {
 
 template <class W>
 FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u64 capacity, const BigFloat<W>& x,
-                                 u64 p, u64 n) {
+                                 u64 p, u64 n, PhaseSeconds* times) {
     const i64 top = x.exp + static_cast<i64>(x.L);
     const i64 k = top == 0 || top == 1 ? 0 : decimal_exponent(x);
     RadixPlan<W> plan;
@@ -119,7 +119,15 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
     const GlobalTwiddleTable* table = params.table;
     if (plan.levels > 0) table = &multiply::require_table(params, plan.level[plan.levels - 1].transform, location);
 
-    const BigFloat<W> y = scaled(params, x, k, p);
+    PhaseSeconds unused;
+    if (times == nullptr) times = &unused;
+    const auto timed = [&](double& seconds) { return plan.levels > 0 ? &seconds : nullptr; };
+
+    BigFloat<W> y;
+    {
+        const PhaseTimer timer(timed(times->scaling));
+        y = scaled(params, x, k, p);
+    }
     require_capacity(params.memory_bytes, digits_stage_bytes(plan, p), location);
     if (y.exp + static_cast<i64>(y.L) > 1)
         fatal_assertion(errors::impossible_result, location, "Magnitude Normalization Failed");
@@ -136,9 +144,11 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
         const ProgressSink* sink = current_progress_sink();
         u8* const work = memory + plan.powers_bytes();
         {
+            const PhaseTimer timer(timed(times->squaring));
             inverse::Phase<W> phase(sink, "Squaring...    ", n);
             compute_powers(plan, *table, memory, work);
         }
+        const PhaseTimer timer(timed(times->converting));
         inverse::Phase<W> phase(sink, "Converting...  ", n);
         const int carry = write_digit_words(plan, *table, digit_words, y.T, fraction_words, work);
         unit += static_cast<u64>(static_cast<i64>(carry));
@@ -159,7 +169,9 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
 
 template u64 decimal_core_bytes<u32>(u64, u64, u64);
 template u64 decimal_core_bytes<u64>(u64, u64, u64);
-template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u32>&, u64, u64);
-template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u64>&, u64, u64);
+template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u32>&, u64, u64,
+                                          PhaseSeconds*);
+template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u64>&, u64, u64,
+                                          PhaseSeconds*);
 
 }  // namespace kvt::text

@@ -4,6 +4,7 @@
 #include "frame/parameters.h"
 #include "objects/big_float.h"
 #include "text/float_string.h"
+#include "text/phase_timer.h"
 
 namespace kvt::text {
 
@@ -16,9 +17,10 @@ u64 decimal_core_bytes(u64 p, u64 n, u64 tasks);
 
 // Writes the digits of x (not zero) into buffer [capacity bytes] behind the head room: those of the integer part of
 // y = x / 10^k, 0.5 <= y < 10 (or of x itself where it has no more than one word above the point), then n digit words
-// of its fraction. p is the precision in words of the scaling.
+// of its fraction. p is the precision in words of the scaling. Conversions by levels are timed: what their
+// phases took is added to times, which may be null.
 template <class W>
 FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u64 capacity,
-                                 const objects::BigFloat<W>& x, u64 p, u64 n);
+                                 const objects::BigFloat<W>& x, u64 p, u64 n, PhaseSeconds* times);
 
 }  // namespace kvt::text

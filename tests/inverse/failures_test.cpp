@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "frame/console.h"
-#include "frame/exceptions.h"
 #include "inverse/direct.h"
 #include "inverse/inverse_sqrt.h"
 #include "inverse/power.h"
@@ -15,7 +13,7 @@
 #include "inverse/sizes.h"
 #include "multiply/transform_helper.h"
 #include "support/child_process.h"
-#include "support/console_capture.h"
+#include "support/expected_error.h"
 #include "support/operands.h"
 #include "support/scratch.h"
 
@@ -23,6 +21,8 @@ namespace kvt::inverse {
 namespace {
 
 using test::ChildCase;
+using test::expect_error;
+using test::ExpectedError;
 
 template <class W>
 using Number = objects::BigFloat<W>;
@@ -46,34 +46,11 @@ struct Bench {
     std::vector<W> x = std::vector<W>(6), out = std::vector<W>(200), words = std::vector<W>(400);
 };
 
-struct Expected {
-    i32 code;
-    const char* title;
-    const char* location;  // null: none
-    const char* what;
-    const char* printed;  // somewhere in what was printed
-};
-
-template <class Operation>
-void expect_error(const Expected& expected, Operation&& operation) {
-    test::ConsoleCapture console(set_console_sink);
-    try {
-        operation();
-        ADD_FAILURE() << "no error: " << expected.what;
-    } catch (const kv_exception& error) {
-        EXPECT_EQ(error.code, expected.code);
-        EXPECT_STREQ(error.title, expected.title);
-        EXPECT_STREQ(error.location, expected.location);
-        EXPECT_STREQ(error.what(), expected.what);
-        EXPECT_EQ(error.reaction, REACT_PRINT_THROW);
-        const std::string printed = console.take();
-        EXPECT_NE(printed.find(expected.printed), std::string::npos) << printed;
-    }
+ExpectedError divide_by_zero(const char* text) { return {-3, "Generic Exception", nullptr, text, text}; }
+ExpectedError too_small(const char* location) { return {1, "Buffer is too small.", location, "", location}; }
+ExpectedError failed(const char* text, const char* printed) {
+    return {2, "Generic Exception", nullptr, text, printed};
 }
-
-Expected divide_by_zero(const char* text) { return {-3, "Generic Exception", nullptr, text, text}; }
-Expected too_small(const char* location) { return {1, "Buffer is too small.", location, "", location}; }
-Expected failed(const char* text, const char* printed) { return {2, "Generic Exception", nullptr, text, printed}; }
 
 template <class W>
 class InverseFailures : public testing::Test {};
