@@ -33,7 +33,7 @@ class Call {
                    [&](unsigned i) {
                        top_forward(i, a, residues(i));
                        each_row([&](u64 row, u64 task) {
-                           kernels_.block_forward(prime(i), shape, row_at(residues(i), row), row, scratch(task));
+                           kernels_.block_forward(prime(i), shape, {}, row_at(residues(i), row), row, scratch(task));
                        });
                    });
     }
@@ -54,7 +54,7 @@ class Call {
         each_prime(
             [&](unsigned i, u64 task) {
                 all_rows([&](u64 row) { block(i, row, task); });
-                kernels_.top_inverse(prime(i), layout_.shape, residues(i), 0, columns(), scratch(task));
+                finish(i, task);
             },
             [&](unsigned i) {
                 each_row([&](u64 row, u64 task) { block(i, row, task); });
@@ -65,18 +65,21 @@ class Call {
     void product(Operand b) {
         const Shape shape = b.bytes == nullptr ? layout_.shape : shape_of(b);
         const auto block = [&](unsigned i, u32* second, u64 row, u64 task) {
-            kernels_.block_product(prime(i), shape, row_at(residues(i), row),
+            kernels_.block_product(prime(i), shape, {}, row_at(residues(i), row),
                                    second == nullptr ? nullptr : row_at(second, row), row, scratch(task));
         };
         each_prime(
             [&](unsigned i, u64 task) {
+                if (shape.rows() == 1)
+                    return kernels_.block_product(prime(i), shape, words_of(b), residues(i), nullptr, 0,
+                                                  scratch(task));
                 u32* second = nullptr;
                 if (b.bytes != nullptr) {
                     second = second_operand(task);
-                    kernels_.top_forward(prime(i), shape, b.bytes, 4 * b.n, second, 0, columns(), scratch(task));
+                    kernels_.top_forward(prime(i), shape, words_of(b), second, 0, columns(), scratch(task));
                 }
                 all_rows([&](u64 row) { block(i, second, row, task); });
-                kernels_.top_inverse(prime(i), layout_.shape, residues(i), 0, columns(), scratch(task));
+                finish(i, task);
             },
             [&](unsigned i) {
                 u32* second = nullptr;
@@ -170,14 +173,22 @@ class Call {
         });
     }
 
+    static Words words_of(Operand a) { return {a.bytes, 4 * a.n}; }
+
     void transform(unsigned i, const Shape& shape, Operand a, u32* rows, u64 task) {
-        kernels_.top_forward(prime(i), shape, a.bytes, 4 * a.n, rows, 0, columns(), scratch(task));
-        all_rows([&](u64 row) { kernels_.block_forward(prime(i), shape, row_at(rows, row), row, scratch(task)); });
+        if (shape.rows() == 1) return kernels_.block_forward(prime(i), shape, words_of(a), rows, 0, scratch(task));
+        kernels_.top_forward(prime(i), shape, words_of(a), rows, 0, columns(), scratch(task));
+        all_rows(
+            [&](u64 row) { kernels_.block_forward(prime(i), shape, {}, row_at(rows, row), row, scratch(task)); });
+    }
+    void finish(unsigned i, u64 task) {
+        if (layout_.shape.rows() > 1)
+            kernels_.top_inverse(prime(i), layout_.shape, residues(i), 0, columns(), scratch(task));
     }
     void top_forward(unsigned i, Operand a, u32* rows) {
         const Shape shape = shape_of(a);
         each_group([&](u64 begin, u64 end, u64 task) {
-            kernels_.top_forward(prime(i), shape, a.bytes, 4 * a.n, rows, begin, end, scratch(task));
+            kernels_.top_forward(prime(i), shape, words_of(a), rows, begin, end, scratch(task));
         });
     }
     void top_inverse(unsigned i) {

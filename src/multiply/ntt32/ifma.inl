@@ -77,38 +77,56 @@ struct Levels {
     const u64 *w, *w1;
 };
 
+// T[i .. i + 8) or their inverses, i a multiple of 8 of one step of T; the inverses negated:
+// 1 / T[m] is -T[m], all bits of m below its top one flipped.
+template <bool inverse>
+AI V eight_roots(const Prime& prime, u64 i) {
+    constexpr u64 inner = 512;
+    if constexpr (!inverse) return load(prime.inner + i % inner);
+    if (i == 0) {
+        const V t = _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 1, 3, 2, 7, 6, 5, 4), load(prime.inner));
+        return _mm512_mask_sub_epi64(t, 1, set64(prime.p), t);  // but T[0] = 1 is its own inverse
+    }
+    const u64 last = i + 7, at = last ^ ((u64{1} << (63 - __builtin_clzll(last))) - 1);
+    return _mm512_permutexvar_epi64(_mm512_setr_epi64(7, 6, 5, 4, 3, 2, 1, 0), load(prime.inner + at % inner));
+}
+
+// One level: first * T[i], i < 2^l, in the form of a factor. Writes whole vectors.
+template <bool inverse>
+void build_level(const Prime& prime, u64 first, u64 square, u64* w, u64* w1, u64 count, const Constants& c) {
+    const u64 p = prime.p;
+    for (u64 chunk = 0; 512 * chunk < count; ++chunk) {
+        u64 h = chunk;
+        if (inverse && h != 0) h ^= (u64{1} << (63 - __builtin_clzll(h))) - 1;
+        u64 x = h == 0 ? first : first * prime.steps[h] % p;
+        x = (p - x) * square % p;  // times -R^2: the sign of splitting's factors, or that of the inverses
+        const Factor f{set64(x), set64(x * inverse52(p) & low52)};
+        const u64 end = 512 * (chunk + 1) < count ? 512 * (chunk + 1) : count;
+        for (u64 i = 512 * chunk; i < end; i += lanes) {
+            V t = mul_plus(eight_roots<inverse>(prime, i), f, c, c.p);
+            t = _mm512_min_epu64(t, sub64(t, c.p));
+            store(w + i, t);
+            store(w1 + i, low(zero(), t, c.inverse));
+        }
+    }
+}
+
 Levels build_levels(const Prime& prime, const Splitting& s, unsigned count, bool inverse, u64*& memory) {
     const Constants c(prime.p);
-    const u32 p = prime.p;
-    const u64 pi = inverse52(p);
+    const u64 p = prime.p, r = (u64{1} << 52) % p, square = r * r % p;
     u64 *const w = memory, *const w1 = memory + (u64{1} << count) + 8;
     memory += 2 * ((u64{1} << count) + 8);
-    Factor step[24];  // T[2^k + i] = T[i] * T[2^k]
-    u32 plain[24];
-    for (unsigned k = 0; k + 1 < count; ++k) {
-        plain[k] = root_at(prime, u64{1} << k, inverse);
-        step[k] = make_factor(p - plain[k], p);
-    }
     const u64 node = s.negacyclic ? (u64{1} << s.depth) + s.node : s.node;
     const bool shared = s.radix == 1 && node == 0;  // every level is the start of the deepest one
     for (unsigned l = shared && count > 0 ? count - 1 : 0; l < count; ++l) {
         const unsigned j = branch_at(s.radix, s.branch, s.depth + l);
         const unsigned branch = inverse && j != 0 ? s.radix - j : j;
-        u64 *const wl = w + (u64{1} << l), *const w1l = w1 + (u64{1} << l);
-        const u32 first = mul_mod(root_at(prime, node << l, inverse), prime.inner[512 * branch], p);
-        wl[0] = to_form(inverse ? first : p - first, p);
-        unsigned k = 0;
-        for (; k < l && (1u << k) < lanes; ++k) {
-            for (u64 i = 0; i < u64{1} << k; ++i) wl[(u64{1} << k) + i] = wl[i] * plain[k] % p;
-        }
-        for (u64 i = 0; i < u64{1} << k; ++i) w1l[i] = wl[i] * pi & low52;
-        for (; k < l; ++k) {
-            for (u64 i = 0; i < u64{1} << k; i += lanes) {
-                V x = mul_minus(load(wl + i), step[k], c, c.p);
-                x = _mm512_min_epu64(x, sub64(x, c.p));
-                store(wl + (u64{1} << k) + i, x);
-                store(w1l + (u64{1} << k) + i, low(zero(), x, c.inverse));
-            }
+        const u64 first = mul_mod(root_at(prime, node << l, inverse), prime.inner[512 * branch], prime.p);
+        const u64 at = u64{1} << l;
+        if (inverse) {
+            build_level<true>(prime, first, square, w + at, w1 + at, at, c);
+        } else {
+            build_level<false>(prime, first, square, w + at, w1 + at, at, c);
         }
     }
     for (unsigned l = 0; shared && l + 1 < count; ++l) {
@@ -184,132 +202,5 @@ AI void merge_parts(V (*x)[1u << log], const Levels& t, unsigned level, u64 q, c
                 }
             }
         }
-    }
-}
-
-// Sets of vectors that a pass holds in registers, if its parts are long enough.
-constexpr unsigned pass_sets(unsigned log) { return log <= 3 ? 2 : 1; }
-
-// `nodes` consecutive nodes of n words each, 2^log parts a node.
-template <unsigned log, bool half_empty, class Source>
-[[gnu::noinline]] void split_pass(const Source* from, u64* to, u64 n, u64 nodes, const Levels& t, unsigned level,
-                                  u64 q, const Constants& c0) {
-    constexpr unsigned parts = 1u << log, sets = pass_sets(log);
-    const Constants c = c0;
-    const u64 part = n >> log;
-    for (u64 node = 0; node < nodes; ++node, ++q, from += n, to += n) {
-        for (u64 k = 0; k < part; k += sets * lanes) {
-            V x[sets][parts];
-#pragma GCC unroll 2
-            for (unsigned s = 0; s < sets; ++s)
-#pragma GCC unroll 16
-                for (unsigned i = 0; i < (half_empty ? parts / 2 : parts); ++i) {
-                    x[s][i] = load(from + i * part + k + s * lanes);
-                }
-            split_parts<log, sets, true, half_empty>(x, t, level, q, c);
-#pragma GCC unroll 2
-            for (unsigned s = 0; s < sets; ++s)
-#pragma GCC unroll 16
-                for (unsigned i = 0; i < parts; ++i) store(to + i * part + k + s * lanes, x[s][i]);
-        }
-    }
-}
-// To 64-bit lanes the first part, the only one that is all sums, is reduced; to 32-bit words all are.
-template <unsigned log, class Target>
-[[gnu::noinline]] void merge_pass(const u64* from, Target* to, u64 n, u64 nodes, const Levels& t, unsigned level,
-                                  u64 q, const Constants& c0) {
-    constexpr unsigned parts = 1u << log, sets = pass_sets(log);
-    const Constants c = c0;
-    const u64 part = n >> log;
-    for (u64 node = 0; node < nodes; ++node, ++q, from += n, to += n) {
-        for (u64 k = 0; k < part; k += sets * lanes) {
-            V x[sets][parts];
-#pragma GCC unroll 2
-            for (unsigned s = 0; s < sets; ++s)
-#pragma GCC unroll 16
-                for (unsigned i = 0; i < parts; ++i) x[s][i] = load(from + i * part + k + s * lanes);
-            merge_parts<log, sets, true>(x, t, level, q, c);
-#pragma GCC unroll 2
-            for (unsigned s = 0; s < sets; ++s) {
-                if constexpr (sizeof(Target) == 4) {
-                    // products of the last level lie in (0, p + 2^23]
-#pragma GCC unroll 16
-                    for (unsigned i = 0; i < parts / 2; ++i) x[s][i] = reduce_low(x[s][i], c);
-                } else {
-                    x[s][0] = reduce(x[s][0], c);
-                }
-#pragma GCC unroll 16
-                for (unsigned i = 0; i < parts; ++i) store(to + i * part + k + s * lanes, x[s][i]);
-            }
-        }
-    }
-}
-
-template <bool half_empty = false, class Source>
-void split_any(unsigned log, const Source* from, u64* to, u64 n, u64 nodes, const Levels& t, unsigned level, u64 q,
-               const Constants& c) {
-    switch (log) {
-        case 1: return split_pass<1, half_empty>(from, to, n, nodes, t, level, q, c);
-        case 2: return split_pass<2, half_empty>(from, to, n, nodes, t, level, q, c);
-        case 3: return split_pass<3, half_empty>(from, to, n, nodes, t, level, q, c);
-        default: return split_pass<4, half_empty>(from, to, n, nodes, t, level, q, c);
-    }
-}
-template <class Target>
-void merge_any(unsigned log, const u64* from, Target* to, u64 n, u64 nodes, const Levels& t, unsigned level, u64 q,
-               const Constants& c) {
-    switch (log) {
-        case 1: return merge_pass<1>(from, to, n, nodes, t, level, q, c);
-        case 2: return merge_pass<2>(from, to, n, nodes, t, level, q, c);
-        case 3: return merge_pass<3>(from, to, n, nodes, t, level, q, c);
-        default: return merge_pass<4>(from, to, n, nodes, t, level, q, c);
-    }
-}
-
-// Levels that one pass takes of those that are left. Wide passes only where their parts lie close together.
-constexpr unsigned pass_levels(unsigned left) { return left <= 4 ? left : left == 5 ? 2 : 3; }
-
-// ---- the pass of the radix ----
-struct LaneOps {
-    using Value = V;
-    using Constant = Factor;
-    const Constants c;
-    const V lift, lift_far;  // values stay below 2^47
-    explicit LaneOps(u64 p) : c(p), lift(set64(multiple_above(p, 40))), lift_far(set64(multiple_above(p, 45))) {}
-    AI V plus(V x, V y) const { return add64(x, y); }
-    AI V minus(V x, V y) const { return sub64(add64(x, lift), y); }          // y < 2^40
-    AI V minus_far(V x, V y) const { return sub64(add64(x, lift_far), y); }  // y < 2^45
-    AI V negated(V x) const { return sub64(c.p3, reduce(x, c)); }
-    AI V times(V x, const Factor& f) const { return mul_minus(x, f, c, c.p); }  // in (p - 2^26, 2p)
-};
-
-// n columns; the parts of the source and of the target lie `from_step` and `to_step` apart.
-template <unsigned radix, bool inverse, class Source, class Target>
-void radix_pass(const Source* from, u64 from_step, Target* to, u64 to_step, u64 n, const Prime& prime,
-                bool negacyclic) {
-    const LaneOps ops(prime.p);
-    Factor f[8];
-    u32 plain[8];
-    radix_constants<radix>(prime, inverse, plain);
-    for (unsigned i = 0; i < 8; ++i) f[i] = make_factor(plain[i] == 0 ? 0 : prime.p - plain[i], prime.p);
-    for (u64 k = 0; k < n; k += lanes) {
-        V x[radix];
-#pragma GCC unroll 8
-        for (unsigned y = 0; y < radix; ++y) x[y] = load(from + y * from_step + k);
-        if (negacyclic && !inverse) negate_odd<radix>(ops, x);
-        radix_butterfly<radix>(ops, f, x);
-        if (negacyclic && inverse) negate_odd<radix>(ops, x);
-#pragma GCC unroll 8
-        for (unsigned y = 0; y < radix; ++y) store(to + y * to_step + k, reduce(x[y], ops.c));
-    }
-}
-template <bool inverse, class Source, class Target>
-void any_radix_pass(const Source* from, u64 from_step, Target* to, u64 to_step, u64 n, const Prime& prime,
-                    const Shape& shape) {
-    switch (shape.radix) {
-        case 3: return radix_pass<3, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
-        case 5: return radix_pass<5, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
-        case 7: return radix_pass<7, inverse>(from, from_step, to, to_step, n, prime, shape.negacyclic);
-        default: return;
     }
 }

@@ -23,9 +23,10 @@ struct Block {
         const u64 n = u64{1} << log_n;
         if (log_n == leaf_log) return leaves(d, n, level, q);
         const unsigned levels = pass_levels(log_n - leaf_log);
-        if (task == Task::forward || task == Task::product) split_any(levels, d, d, n, 1, split, level, q, c);
+        if (task == Task::forward || task == Task::product)
+            split_any(levels, Lanes{d}, Lanes{d}, n, 1, split, level, q, c);
         below(d, log_n, levels, level, q);
-        if (task != Task::forward) merge_any(levels, d, d, n, 1, merge, level, q, c);
+        if (task != Task::forward) merge_any(levels, Lanes{d}, Lanes{d}, n, 1, merge, level, q, c);
     }
     void below(u64* d, unsigned log_n, unsigned levels, unsigned level, u64 q) const {
         const u64 n = u64{1} << log_n;
@@ -48,9 +49,9 @@ struct Block {
     }
 };
 
-// `source`: what is split, in 32-bit words. The first pass reads it, the last one writes a.
-template <Task task>
-void run_block(const Prime& prime, const Shape& shape, u32* a, const u32* source, u64 row, void* scratch) {
+// What is split, from `source`: the first pass reads it, the last one writes a.
+template <Task task, class Source>
+void run_block(const Prime& prime, const Shape& shape, u32* a, const Source& source, u64 row, void* scratch) {
     u64* memory = static_cast<u64*>(scratch);
     u64* const work = memory;
     memory += u64{1} << shape.block_log;
@@ -59,28 +60,44 @@ void run_block(const Prime& prime, const Shape& shape, u32* a, const u32* source
     if (task != Task::forward) block.merge = block_levels(prime, shape, row, true, memory);
     const u64 n = u64{1} << shape.block_log;
     const unsigned levels = pass_levels(shape.block_log - leaf_log);
-    if (task == Task::forward || task == Task::product) {
-        if (shape.half_empty && shape.rows() == 1) {
-            split_any<true>(levels, source, work, n, 1, block.split, 0, 0, block.c);
+    if constexpr (task == Task::forward || task == Task::product) {
+        if (!std::is_same_v<Source, Residues> && shape.half_empty) {
+            split_any<true>(levels, source, Lanes{work}, n, 1, block.split, 0, 0, block.c);
         } else {
-            split_any(levels, source, work, n, 1, block.split, 0, 0, block.c);
+            split_any(levels, source, Lanes{work}, n, 1, block.split, 0, 0, block.c);
         }
     }
     block.below(work, shape.block_log, levels, 0, 0);
-    if (task != Task::forward) merge_any(levels, work, a, n, 1, block.merge, 0, 0, block.c);
+    if (task != Task::forward) merge_any(levels, Lanes{work}, Residues{a}, n, 1, block.merge, 0, 0, block.c);
 }
 
-void block_forward(const Prime& prime, const Shape& shape, u32* a, u64 row, void* scratch) noexcept {
-    run_block<Task::forward>(prime, shape, a, a, row, scratch);
+// Points of the columns from `column` on, in groups of 2^log.
+template <unsigned limbs>
+Points<limbs> points_at(const Shape& shape, Words words, u64 column, unsigned log) {
+    const Cutter cut(shape.point_bytes());
+    return {words.bytes, words.n_bytes, column * cut.step, cut.step << shape.block_log, log, cut};
+}
+
+template <Task task>
+void split_block(const Prime& prime, const Shape& shape, Words words, u32* a, u32* b, u64 row, void* scratch) {
+    if (words.bytes == nullptr) return run_block<task>(prime, shape, a, Residues{b}, row, scratch);
+    if (cut_limbs(shape.primes) == 2)
+        return run_block<task>(prime, shape, a, points_at<2>(shape, words, 0, shape.block_log), row, scratch);
+    run_block<task>(prime, shape, a, points_at<3>(shape, words, 0, shape.block_log), row, scratch);
+}
+
+void block_forward(const Prime& prime, const Shape& shape, Words words, u32* a, u64 row, void* scratch) noexcept {
+    split_block<Task::forward>(prime, shape, words, a, a, row, scratch);
 }
 void block_inverse(const Prime& prime, const Shape& shape, u32* a, u64 row, void* scratch) noexcept {
-    run_block<Task::inverse>(prime, shape, a, nullptr, row, scratch);
+    run_block<Task::inverse>(prime, shape, a, Residues{nullptr}, row, scratch);
 }
-void block_product(const Prime& prime, const Shape& shape, u32* a, u32* b, u64 row, void* scratch) noexcept {
-    if (b == nullptr) {
-        run_block<Task::square>(prime, shape, a, nullptr, row, scratch);
+void block_product(const Prime& prime, const Shape& shape, Words words, u32* a, u32* b, u64 row,
+                   void* scratch) noexcept {
+    if (words.bytes == nullptr && b == nullptr) {
+        run_block<Task::square>(prime, shape, a, Residues{nullptr}, row, scratch);
     } else {
-        run_block<Task::product>(prime, shape, a, b, row, scratch);
+        split_block<Task::product>(prime, shape, words, a, b, row, scratch);
     }
 }
 void block_multiply(const Prime& prime, const Shape& shape, u32* a, const u32* b, u64 row, void* scratch) noexcept {
@@ -102,29 +119,48 @@ void block_multiply(const Prime& prime, const Shape& shape, u32* a, const u32* b
 }
 
 // ---- the top stage: groups of columns in 64-bit lanes ----
-void split_levels(u64* d, unsigned log_n, unsigned bottom_log, bool half_empty, const Levels& t, const Constants& c) {
-    for (unsigned log = log_n, levels; log > bottom_log; log -= levels) {
-        levels = pass_levels(log - bottom_log);
-        if (half_empty && log == log_n) {
-            split_any<true>(levels, d, d, u64{1} << log, 1, t, 0, 0, c);
+// The levels of one branch: 2^log_n words, down to nodes of a row each. The first pass reads the source, the last one
+// writes the target, those between stay in the group.
+template <bool half_empty, class Source>
+void split_levels(const Source& from, u64* group, const Columns& to, unsigned depth, const Levels& t,
+                  const Constants& c) {
+    const unsigned log_n = depth + to.log;
+    const Lanes here{group};
+    unsigned levels = pass_levels(depth);
+    if (levels == depth) return split_any<half_empty>(levels, from, to, u64{1} << log_n, 1, t, 0, 0, c);
+    split_any<half_empty>(levels, from, here, u64{1} << log_n, 1, t, 0, 0, c);
+    for (unsigned done = levels; done < depth; done += levels) {
+        levels = pass_levels(depth - done);
+        const u64 n = u64{1} << (log_n - done), nodes = u64{1} << done;
+        if (levels == depth - done) {
+            split_any(levels, here, to, n, nodes, t, done, 0, c);
         } else {
-            split_any(levels, d, d, u64{1} << log, u64{1} << (log_n - log), t, log_n - log, 0, c);
+            split_any(levels, here, here, n, nodes, t, done, 0, c);
         }
     }
 }
-void merge_levels(u64* d, unsigned log_n, unsigned bottom_log, const Levels& t, const Constants& c) {
+template <class Target>
+void merge_levels(const Columns& from, u64* group, const Target& to, unsigned depth, const Levels& t,
+                  const Constants& c) {
+    const unsigned log_n = depth + from.log;
+    const Lanes here{group};
     unsigned levels[8], passes = 0;
-    for (unsigned left = log_n - bottom_log; left > 0; left -= levels[passes++]) levels[passes] = pass_levels(left);
-    unsigned log = bottom_log;
-    while (passes-- > 0) {
-        log += levels[passes];
-        merge_any(levels[passes], d, d, u64{1} << log, u64{1} << (log_n - log), t, log_n - log, 0, c);
+    for (unsigned left = depth; left > 0; left -= levels[passes++]) levels[passes] = pass_levels(left);
+    unsigned done = depth;
+    for (unsigned i = passes; i-- > 0;) {
+        done -= levels[i];
+        const u64 n = u64{1} << (log_n - done), nodes = u64{1} << done;
+        const bool first = i + 1 == passes, last = i == 0;
+        if (first && last) {
+            merge_any(levels[i], from, to, n, nodes, t, done, 0, c);
+        } else if (first) {
+            merge_any(levels[i], from, here, n, nodes, t, done, 0, c);
+        } else if (last) {
+            merge_any(levels[i], here, to, n, nodes, t, done, 0, c);
+        } else {
+            merge_any(levels[i], here, here, n, nodes, t, done, 0, c);
+        }
     }
-}
-
-// Asks for what the next group of columns reads; never faults.
-AI void prefetch(const void* from, u64 n_bytes) {
-    for (u64 i = 0; i < n_bytes; i += 64) _mm_prefetch(static_cast<const char*>(from) + i, _MM_HINT_T1);
 }
 
 void top_levels(const Prime& prime, const Shape& shape, bool inverse, u64*& memory, Levels* t) {
@@ -133,70 +169,85 @@ void top_levels(const Prime& prime, const Shape& shape, bool inverse, u64*& memo
     }
 }
 
-void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_bytes, u32* rows, u64 begin, u64 end,
-                 void* scratch) noexcept {
-    const Constants c(prime.p);
-    const Cutter cutter(shape.point_bytes());
-    if (shape.rows() == 1) {
-        if (shape.half_empty) end = (u64{1} << shape.block_log) / 2;
-        return cut(bytes, n_bytes, begin * cutter.step, cutter, end - begin, rows + begin, c);
-    }
-    u64* memory = static_cast<u64*>(scratch);
-    u64* const group = memory;
-    const u64 columns = u64{1} << shape.column_log, branch = columns << shape.depth();
-    memory += branch * shape.radix;
+// What a group of columns needs: its lanes in scratch, the roots of every branch.
+struct Group {
+    u64* lanes64;
+    u64 branch;  // words of a branch
+    Radix radix;
     Levels t[7];
-    top_levels(prime, shape, false, memory, t);
-    for (u64 column = begin; column < end; column += columns) {
-        for (u64 row = 0; row < (shape.half_empty ? shape.rows() / 2 : shape.rows()); ++row) {
-            const u64 at = ((row << shape.block_log) + column) * cutter.step;
-            if (at + columns * cutter.step < n_bytes)
-                prefetch(bytes + at + columns * cutter.step, columns * cutter.step);
-            cut(bytes, n_bytes, at, cutter, columns, group + row * columns, c);
-        }
-        if (shape.depth() == 0) {
-            any_radix_pass<false>(group, branch, rows + column, shape.pitch, columns, prime, shape);
+    Group(const Prime& prime, const Shape& shape, bool inverse, void* scratch)
+        : lanes64(static_cast<u64*>(scratch)),
+          branch(u64{1} << (shape.column_log + shape.depth())),
+          radix(prime, shape, inverse) {
+        u64* memory = lanes64 + branch * shape.radix;
+        top_levels(prime, shape, inverse, memory, t);
+    }
+};
+// The rows of a branch at a group of columns. Longer arrays than caches hold are written around them.
+Columns columns_at(const Shape& shape, u32* rows, u64 column, unsigned branch) {
+    constexpr u64 stream_words = u64{1} << 22;
+    return {rows + (u64{branch} << shape.depth()) * shape.pitch + column, shape.pitch, shape.column_log,
+            shape.points() >= stream_words};
+}
+
+template <unsigned limbs>
+void split_columns(const Prime& prime, const Shape& shape, Words words, u32* rows, u64 begin, u64 end,
+                   void* scratch) {
+    const Group group(prime, shape, false, scratch);
+    const Constants& c = group.radix.ops.c;
+    Points<limbs> points = points_at<limbs>(shape, words, begin, shape.column_log);
+    if (shape.depth() == 0) {  // one group
+        points.log = shape.block_log;
+        const u64 step = u64{1} << shape.block_log;
+        const Columns to{rows + begin, shape.pitch, shape.block_log, false};
+        return any_radix_pass<false>(points, step, to, step, end - begin, shape.radix, group.radix);
+    }
+    for (u64 column = begin; column < end; column += u64{1} << shape.column_log) {
+        points.first = column * points.cut.step;
+        if (shape.radix == 1) {
+            const Columns to = columns_at(shape, rows, column, 0);
+            if (shape.half_empty) {
+                split_levels<true>(points, group.lanes64, to, shape.depth(), group.t[0], c);
+            } else {
+                split_levels<false>(points, group.lanes64, to, shape.depth(), group.t[0], c);
+            }
             continue;
         }
-        any_radix_pass<false>(group, branch, group, branch, branch, prime, shape);
+        const Lanes here{group.lanes64};
+        any_radix_pass<false>(points, group.branch, here, group.branch, group.branch, shape.radix, group.radix);
         for (unsigned i = 0; i < shape.radix; ++i) {
-            split_levels(group + i * branch, shape.depth() + shape.column_log, shape.column_log, shape.half_empty,
-                         t[i], c);
-        }
-        for (u64 row = 0; row < shape.rows(); ++row) {
-            u32* const to = rows + row * shape.pitch + column;
-            prefetch(to + columns, 4 * columns);
-            for (u64 k = 0; k < columns; k += lanes) store(to + k, reduce_low(load(group + row * columns + k), c));
+            u64* const at = group.lanes64 + i * group.branch;
+            split_levels<false>(Lanes{at}, at, columns_at(shape, rows, column, i), shape.depth(), group.t[i], c);
         }
     }
+    _mm_sfence();
+}
+void top_forward(const Prime& prime, const Shape& shape, Words words, u32* rows, u64 begin, u64 end,
+                 void* scratch) noexcept {
+    if (cut_limbs(shape.primes) == 2) return split_columns<2>(prime, shape, words, rows, begin, end, scratch);
+    split_columns<3>(prime, shape, words, rows, begin, end, scratch);
 }
 
 void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u64 end, void* scratch) noexcept {
-    if (shape.rows() == 1) return;
+    const Group group(prime, shape, true, scratch);
+    const Constants& c = group.radix.ops.c;
     if (shape.depth() == 0) {
-        any_radix_pass<true>(rows + begin, shape.pitch, rows + begin, shape.pitch, end - begin, prime, shape);
-        return;
+        const u64 step = u64{1} << shape.block_log;
+        const Columns all{rows + begin, shape.pitch, shape.block_log, false};
+        return any_radix_pass<true>(all, step, all, step, end - begin, shape.radix, group.radix);
     }
-    const Constants c(prime.p);
-    u64* memory = static_cast<u64*>(scratch);
-    u64* const group = memory;
-    const u64 columns = u64{1} << shape.column_log, branch = columns << shape.depth();
-    memory += branch * shape.radix;
-    Levels t[7];
-    top_levels(prime, shape, true, memory, t);
-    for (u64 column = begin; column < end; column += columns) {
-        for (u64 row = 0; row < shape.rows(); ++row) {
-            const u32* const from = rows + row * shape.pitch + column;
-            prefetch(from + columns, 4 * columns);
-            for (u64 k = 0; k < columns; k += lanes) store(group + row * columns + k, load(from + k));
+    for (u64 column = begin; column < end; column += u64{1} << shape.column_log) {
+        const Columns all = columns_at(shape, rows, column, 0);
+        if (shape.radix == 1) {
+            merge_levels(all, group.lanes64, all, shape.depth(), group.t[0], c);
+            continue;
         }
         for (unsigned i = 0; i < shape.radix; ++i) {
-            merge_levels(group + i * branch, shape.depth() + shape.column_log, shape.column_log, t[i], c);
+            u64* const at = group.lanes64 + i * group.branch;
+            merge_levels(columns_at(shape, rows, column, i), at, Lanes{at}, shape.depth(), group.t[i], c);
         }
-        any_radix_pass<true>(group, branch, group, branch, branch, prime, shape);
-        for (u64 row = 0; row < shape.rows(); ++row) {
-            u32* const to = rows + row * shape.pitch + column;
-            for (u64 k = 0; k < columns; k += lanes) store(to + k, reduce_low(load(group + row * columns + k), c));
-        }
+        const Lanes here{group.lanes64};
+        any_radix_pass<true>(here, group.branch, all, group.branch, group.branch, shape.radix, group.radix);
     }
+    _mm_sfence();
 }

@@ -35,6 +35,12 @@ struct Shape {
     [[gnu::always_inline]] constexpr std::uint64_t point_bytes() const { return 2 * (primes - 1); }
 };
 
+// A number to be cut into points; nothing beyond it is read. Null where the rows hold its points already.
+struct Words {
+    const std::uint8_t* bytes;
+    std::uint64_t n_bytes;
+};
+
 // Joins residues: the digits of a coefficient are its bits in portions of point_bytes bytes.
 struct Joiner {
     unsigned primes;
@@ -57,24 +63,25 @@ struct KernelTable {
     unsigned r_bits;          // the R = 2^r_bits of its Montgomery products
     unsigned cut_powers[10];  // by number of primes: cutting divides a point by this power of R
 
-    // Cuts n_bytes of words into points, columns [begin, end) of all rows, and runs the top stage on them. Columns
-    // are handled in groups of 2^column_log; begin and end are multiples of it. Reads nothing beyond the words.
-    void (*top_forward)(const Prime& prime, const Shape& shape, const std::uint8_t* bytes, std::uint64_t n_bytes,
-                        std::uint32_t* rows, std::uint64_t begin, std::uint64_t end, void* scratch) noexcept;
+    // Where a transform has several rows. Cuts words into points, columns [begin, end) of all rows, and runs the top
+    // stage on them. Columns are handled in groups of 2^column_log; begin and end are multiples of it.
+    void (*top_forward)(const Prime& prime, const Shape& shape, Words words, std::uint32_t* rows, std::uint64_t begin,
+                        std::uint64_t end, void* scratch) noexcept;
     // Back from the rows to points, not divided by the number of points.
     void (*top_inverse)(const Prime& prime, const Shape& shape, std::uint32_t* rows, std::uint64_t begin,
                         std::uint64_t end, void* scratch) noexcept;
 
-    // Row number `row`, in place.
-    void (*block_forward)(const Prime& prime, const Shape& shape, std::uint32_t* a, std::uint64_t row,
+    // Row number `row`, in place; or a = the transform of words where one row is the whole of it.
+    void (*block_forward)(const Prime& prime, const Shape& shape, Words words, std::uint32_t* a, std::uint64_t row,
                           void* scratch) noexcept;
     void (*block_inverse)(const Prime& prime, const Shape& shape, std::uint32_t* a, std::uint64_t row,
                           void* scratch) noexcept;
     // a = a * b, both transformed; b may be a.
     void (*block_multiply)(const Prime& prime, const Shape& shape, std::uint32_t* a, const std::uint32_t* b,
                            std::uint64_t row, void* scratch) noexcept;
-    // a = transform back (a * transform of b); a is transformed, b is not and is destroyed; b null squares a.
-    void (*block_product)(const Prime& prime, const Shape& shape, std::uint32_t* a, std::uint32_t* b,
+    // a = transform back (a * transform of b, or of words as above); a is transformed, b is not and is destroyed.
+    // Squares a if both are null.
+    void (*block_product)(const Prime& prime, const Shape& shape, Words words, std::uint32_t* a, std::uint32_t* b,
                           std::uint64_t row, void* scratch) noexcept;
 
     // n points (a multiple of 16) from residues[i], i < primes: their digits, point_bytes apart, in three streams.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "multiply/ntt32/kernels.h"
 
@@ -15,13 +16,15 @@ using u64 = std::uint64_t;
 // clang-format off
 #include "multiply/ntt32/roots.inl"
 #include "multiply/ntt32/ifma.inl"
+#include "multiply/ntt32/ifma_passes.inl"
 #include "multiply/ntt32/ifma_leaves.inl"
+#include "multiply/ntt32/ifma_cut.inl"
 #include "multiply/ntt32/ifma_ends.inl"
 #include "multiply/ntt32/ifma_stages.inl"
 // clang-format on
 }  // namespace
 
-constinit const KernelTable ntt32_avx512ifma{"avx512ifma",  r_bits,         {0, 0, 0, 0, 0, 1, 1, 1, 2, 2},
+constinit const KernelTable ntt32_avx512ifma{"avx512ifma",  r_bits,         {0, 0, 0, 2, 2, 1, 1, 2, 2, 2},
                                              top_forward,   top_inverse,    block_forward,
                                              block_inverse, block_multiply, block_product,
                                              join,          add_streams};

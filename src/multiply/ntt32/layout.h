@@ -22,10 +22,10 @@ struct Layout {
     Layout(const Row& row, bool negacyclic);
 
     u64 operand_bytes() const { return aligned(4 * prime_words * row.count + alignment); }
-    // Blocks of one prime go to the tasks when there is a top stage, else whole primes do: each then needs room for
-    // the second operand's residues.
+    // Blocks of one prime go to the tasks when there are levels above them, else whole primes do: each task then needs
+    // room for the second operand's residues, unless a single row is cut from the words as it is split.
     bool splits_primes() const { return shape.depth() > 0; }
-    u64 second_operand_bytes() const { return aligned(4 * prime_words); }
+    u64 second_operand_bytes() const { return shape.rows() == 1 ? 0 : aligned(4 * prime_words); }
     u64 task_bytes() const;
     void fill(TransformPlan& plan) const;
 };

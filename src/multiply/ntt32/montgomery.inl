@@ -514,8 +514,9 @@ u64 add_streams(const u8* low, const u8* middle, const u8* high, u64 n, u8* out,
 }
 
 // ---- the stages ----
-// n points from byte `at` on of a number of n_bytes, zero beyond it.
-void cut_some(const u8* bytes, u64 n_bytes, u64 at, u64 step, u64 n, u32* out, const Constants& c) {
+// n points from byte `at` on of a number, zero beyond it.
+void cut_some(Words words, u64 at, u64 step, u64 n, u32* out, const Constants& c) {
+    const auto [bytes, n_bytes] = words;
     u64 inside = 0;
     if (at + 16 < n_bytes) {
         inside = (n_bytes - at - 16) / step / 16 * 16;
@@ -549,12 +550,10 @@ void top_levels(const Prime& prime, const Shape& shape, bool inverse, u32*& memo
     }
 }
 
-void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_bytes, u32* rows, u64 begin, u64 end,
+void top_forward(const Prime& prime, const Shape& shape, Words words, u32* rows, u64 begin, u64 end,
                  void* scratch) noexcept {
     const Constants c(prime.p);
     const u64 step = shape.point_bytes();
-    if (shape.rows() == 1 && shape.half_empty) end = (u64{1} << shape.block_log) / 2;
-    if (shape.rows() == 1) return cut_some(bytes, n_bytes, begin * step, step, end - begin, rows + begin, c);
     u32* memory = static_cast<u32*>(scratch);
     u32* const group = memory;
     const u64 columns = u64{1} << shape.column_log, branch = columns << shape.depth();
@@ -563,8 +562,7 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
     top_levels(prime, shape, false, memory, t);
     for (u64 column = begin; column < end; column += columns) {
         for (u64 row = 0; row < (shape.half_empty ? shape.rows() / 2 : shape.rows()); ++row) {
-            cut_some(bytes, n_bytes, ((row << shape.block_log) + column) * step, step, columns, group + row * columns,
-                     c);
+            cut_some(words, ((row << shape.block_log) + column) * step, step, columns, group + row * columns, c);
         }
         if (shape.depth() == 0) {
             any_radix_pass<false>(group, branch, rows + column, shape.pitch, columns, prime, shape);
@@ -582,7 +580,6 @@ void top_forward(const Prime& prime, const Shape& shape, const u8* bytes, u64 n_
 }
 
 void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u64 end, void* scratch) noexcept {
-    if (shape.rows() == 1) return;
     if (shape.depth() == 0) {
         any_radix_pass<true>(rows + begin, shape.pitch, rows + begin, shape.pitch, end - begin, prime, shape);
         return;
@@ -608,10 +605,17 @@ void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u
     }
 }
 
-void block_forward(const Prime& prime, const Shape& shape, u32* a, u64 row, void* scratch) noexcept {
+// The points of a row that is the whole transform.
+void cut_row(const Shape& shape, Words words, u32* to, const Constants& c) {
+    cut_some(words, 0, shape.point_bytes(), shape.points() >> (shape.half_empty ? 1 : 0), to, c);
+}
+
+void block_forward(const Prime& prime, const Shape& shape, Words words, u32* a, u64 row, void* scratch) noexcept {
+    const Constants c(prime.p);
     u32* memory = static_cast<u32*>(scratch);
     const Levels t = block_levels(prime, shape, row, false, memory);
-    split_block(a, shape, t, Constants(prime.p));
+    if (words.bytes != nullptr) cut_row(shape, words, a, c);
+    split_block(a, shape, t, c);
 }
 
 void block_inverse(const Prime& prime, const Shape& shape, u32* a, u64 row, void* scratch) noexcept {
@@ -626,9 +630,15 @@ void block_multiply(const Prime& prime, const Shape& shape, u32* a, const u32* b
     multiply_leaves(a, b, shape.block_log, t, Constants(prime.p));
 }
 
-void block_product(const Prime& prime, const Shape& shape, u32* a, u32* b, u64 row, void* scratch) noexcept {
+void block_product(const Prime& prime, const Shape& shape, Words words, u32* a, u32* b, u64 row,
+                   void* scratch) noexcept {
     const Constants c(prime.p);
     u32* memory = static_cast<u32*>(scratch);
+    if (words.bytes != nullptr) {
+        b = memory;
+        memory += u64{1} << shape.block_log;
+        cut_row(shape, words, b, c);
+    }
     const Levels t = block_levels(prime, shape, row, false, memory);
     const Levels back = block_levels(prime, shape, row, true, memory);
     if (b != nullptr) split_block(b, shape, t, c);

@@ -247,8 +247,8 @@ TEST_P(Ntt32Engine, BlocksOfExtremeResidues) {
                                                                                    ntt32::aligned_up(y.data()));
                 std::copy(from.begin(), from.end(), a);
                 std::copy(second.begin(), second.end(), b);
-                table.block_forward(prime, shape, a, at, scratch);
-                table.block_product(prime, shape, a, b, at, scratch);
+                table.block_forward(prime, shape, {}, a, at, scratch);
+                table.block_product(prime, shape, {}, a, b, at, scratch);
                 const u32 r = static_cast<u32>((u64{1} << table.r_bits) % p);
                 std::vector<u32> out(n);
                 for (u64 i = 0; i < n; ++i) out[i] = ntt32::mul_mod(a[i] % p, r, p);
