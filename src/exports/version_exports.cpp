@@ -53,10 +53,10 @@ KVNUM_EXPORT void CompilationOptions() noexcept {
         auto* framework = Threads::current_framework();
         add_value(text, "Parallel Framework:", framework == nullptr ? "none" : framework->name());
         text.line("MULv2:", 'w');
-        add_value(text, "    c32i_sqr: Basecase - Karatsuba", kernels::sqr_split_words<u32>(), " iwords");
-        add_value(text, "    c32i_mul: Basecase - Karatsuba", kernels::mul_split_words<u32>(), " iwords");
-        add_value(text, "    c64i_sqr: Basecase - Karatsuba", kernels::sqr_split_words<u64>(), " iwords");
-        add_value(text, "    c64i_mul: Basecase - Karatsuba", kernels::mul_split_words<u64>(), " iwords");
+        add_value(text, "    c32i_sqr: Basecase - Karatsuba", kernels::sqr_threshold<u32>(), " iwords");
+        add_value(text, "    c32i_mul: Basecase - Karatsuba", kernels::mul_threshold<u32>(), " iwords");
+        add_value(text, "    c64i_sqr: Basecase - Karatsuba", kernels::sqr_threshold<u64>(), " iwords");
+        add_value(text, "    c64i_mul: Basecase - Karatsuba", kernels::mul_threshold<u64>(), " iwords");
         add_thresholds<u32>(text);
         add_thresholds<u64>(text);
         text.line("BigFloat:", 'w');

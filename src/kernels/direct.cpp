@@ -11,8 +11,7 @@ namespace {
 enum class Method { schoolbook, karatsuba, ifma52 };
 
 // Where the methods cross, in 64-bit words, measured on Zen 4.
-constexpr u64 ifma52_shorter_words = 3, ifma52_word_products = 120, ifma52_square_words = 13;
-constexpr u64 adx_square_split_words = 90;
+constexpr u64 ifma52_shorter_words = 3, ifma52_word_products = 120, ifma52_square_words = 15;
 
 constexpr u64 ifma52_longest_words = ifma52_longest_bytes / 8;
 
@@ -31,7 +30,7 @@ Method multiply_method(u64 LA, u64 LB) noexcept {
     if (levels.vector == VectorLevel::avx512ifma && shorter >= ifma52_shorter_words * halves &&
         shorter <= ifma52_longest_words * halves && shorter * longer >= ifma52_word_products * halves * halves)
         return Method::ifma52;
-    return splits<W>(shorter, karatsuba_mul_threshold) ? Method::karatsuba : Method::schoolbook;
+    return splits<W>(shorter, mul_split_words<W>()) ? Method::karatsuba : Method::schoolbook;
 }
 
 template <class W>
@@ -41,8 +40,7 @@ Method square_method(u64 L) noexcept {
     if (levels.vector == VectorLevel::avx512ifma && L >= ifma52_square_words * halves &&
         L <= ifma52_longest_words * halves)
         return Method::ifma52;
-    const u64 split = levels.word == WordLevel::adx ? adx_square_split_words : karatsuba_sqr_threshold;
-    return splits<W>(L, split) ? Method::karatsuba : Method::schoolbook;
+    return splits<W>(L, sqr_split_words<W>()) ? Method::karatsuba : Method::schoolbook;
 }
 
 // Short radix-2^52 products keep their limbs on the stack.

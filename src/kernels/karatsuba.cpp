@@ -8,6 +8,8 @@ namespace kvt::kernels {
 
 u64 karatsuba_mul_threshold = 18;
 u64 karatsuba_sqr_threshold = 19;
+u64 karatsuba_adx_mul_threshold = 25;
+u64 karatsuba_adx_sqr_threshold = 48;
 
 namespace {
 
@@ -84,11 +86,11 @@ void add_below(W* C, const W* S, u64 n, u64 end) noexcept {
 
 template <class W>
 void sqrK(W* C, const W* A, u64 L, W* S) noexcept {
-    if (L < sqr_split_words<W>()) return sqrB(C, A, L);
+    const u64 split = sqr_split_words<W>();
+    if (L < split) return sqrB(C, A, L);
     const u64 h = L / 2, l = L - h;
     half_difference(C, A, l, h);
-    // The 64-bit routine compares with the threshold of products here.
-    if (h >= (sizeof(W) == 8 ? mul_split_words<W>() : sqr_split_words<W>())) {
+    if (l >= split) {
         sqrK(S, C, l, S + 2 * l);
         sqrK(C, A, l, S + 2 * l);
         sqrK(C + 2 * l, A + l, h, S + 2 * l);
@@ -102,11 +104,12 @@ void sqrK(W* C, const W* A, u64 L, W* S) noexcept {
 
 template <class W>
 void mulK_balanced(W* C, const W* A, const W* B, u64 L, W* S) noexcept {
-    if (L < mul_split_words<W>()) return mulB(C, A, L, B, L);
+    const u64 split = mul_split_words<W>();
+    if (L < split) return mulB(C, A, L, B, L);
     const u64 h = L / 2, l = L - h;
     const bool a_smaller = half_difference(C, A, l, h);
     const bool b_smaller = half_difference(C + l, B, l, h);
-    if (h >= mul_split_words<W>()) {
+    if (l >= split) {
         mulK_balanced(S, C, C + l, l, S + 2 * l);
         mulK_balanced(C, A, B, l, S + 2 * l);
         mulK_balanced(C + 2 * l, A + l, B + l, h, S + 2 * l);

@@ -7,6 +7,8 @@
 // minus when A0 - A1 and B0 - B1 have the same sign. The differences stand in C until the low product overwrites
 // them; DA DB stands in the first 2l words of the scratch, and the rest of it serves the next level.
 
+#include <algorithm>
+
 #include "kernels/schoolbook.h"
 
 namespace kvt::kernels {
@@ -15,20 +17,28 @@ namespace kvt::kernels {
 // at least 4.
 extern u64 karatsuba_mul_threshold, karatsuba_sqr_threshold;
 
-template <class W>
-u64 mul_split_words() noexcept {
-    if constexpr (sizeof(W) == 8)
-        return karatsuba_mul_threshold;
-    else
-        return 12;
-}
+// Where the word kernels have mulx, schoolbook products reach further. Scratch is counted by the thresholds above.
+extern u64 karatsuba_adx_mul_threshold, karatsuba_adx_sqr_threshold;
 
 template <class W>
+u64 mul_threshold() noexcept {
+    return sizeof(W) == 8 ? karatsuba_mul_threshold : 12;
+}
+template <class W>
+u64 sqr_threshold() noexcept {
+    return sizeof(W) == 8 ? karatsuba_sqr_threshold : 22;
+}
+
+// Lengths that are split at the active level.
+template <class W>
+u64 mul_split_words() noexcept {
+    const bool adx = sizeof(W) == 8 && active_levels().word == WordLevel::adx;
+    return std::max(mul_threshold<W>(), adx ? karatsuba_adx_mul_threshold : 0);
+}
+template <class W>
 u64 sqr_split_words() noexcept {
-    if constexpr (sizeof(W) == 8)
-        return karatsuba_sqr_threshold;
-    else
-        return 22;
+    const bool adx = sizeof(W) == 8 && active_levels().word == WordLevel::adx;
+    return std::max(sqr_threshold<W>(), adx ? karatsuba_adx_sqr_threshold : 0);
 }
 
 // Words of scratch of a Karatsuba recursion from length L on: each level that is split takes its length rounded up to
@@ -43,13 +53,13 @@ constexpr u64 karatsuba_scratch_words(u64 L, u64 threshold) noexcept {
 template <class W>
 u64 mulK_scratch_words(u64 LA, u64 LB) noexcept {
     const u64 n = LA < LB ? LA : LB;
-    if (n < mul_split_words<W>()) return 0;
-    return karatsuba_scratch_words(n, mul_split_words<W>()) + (LA == LB ? 0 : 2 * n);
+    if (n < mul_threshold<W>()) return 0;
+    return karatsuba_scratch_words(n, mul_threshold<W>()) + (LA == LB ? 0 : 2 * n);
 }
 
 template <class W>
 u64 sqrK_scratch_words(u64 L) noexcept {
-    return karatsuba_scratch_words(L, sqr_split_words<W>());
+    return karatsuba_scratch_words(L, sqr_threshold<W>());
 }
 
 // Scratch that the entry "BKT" of the dispatcher answers for a product of L words: two operand buffers, 24 bytes a

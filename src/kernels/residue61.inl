@@ -8,15 +8,10 @@ __extension__ typedef unsigned __int128 u128;
 constexpr u64 block_bytes = 61;
 constexpr u64 last_lane_mask = (u64{1} << 40) - 1;
 
-// Blocks that are added before the lanes are folded; a sum of 2^k words stays below 2^(64 + k), the last lane below
-// 2^(40 + k).
-constexpr u64 blocks_per_fold = u64{1} << 16;
-
-// Blocks that can be loaded as 64 bytes without reading beyond the n bytes, at most one fold's; leaves n < 64
-// otherwise.
-u64 whole_blocks(u64 n) noexcept {
+// Blocks that can be loaded as 64 bytes without reading beyond the n bytes, at most `most`; leaves n < 64 otherwise.
+u64 whole_blocks(u64 n, u64 most) noexcept {
     const u64 blocks = n < 64 ? 0 : (n - 64) / block_bytes + 1;
-    return blocks < blocks_per_fold - 2 ? blocks : blocks_per_fold - 2;
+    return blocks < most ? blocks : most;
 }
 
 constexpr u64 modulus = (u64{1} << 61) - 1;

@@ -20,11 +20,18 @@ struct Lanes {
     friend Lanes operator+(Lanes a, Lanes b) noexcept {
         return {_mm256_add_epi64(a.low, b.low), _mm256_add_epi64(a.high, b.high)};
     }
-    void store(u64* out) const noexcept {
-        _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(out), low);
-        _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(out + 4), high);
+    // Lanes weighted: lane l times 2^(3 l), added up. Exact below 2^64.
+    u64 total() const noexcept {
+        const __m256i sum = _mm256_add_epi64(_mm256_sllv_epi64(low, _mm256_set_epi64x(9, 6, 3, 0)),
+                                             _mm256_sllv_epi64(high, _mm256_set_epi64x(21, 18, 15, 12)));
+        const __m128i half = _mm_add_epi64(_mm256_castsi256_si128(sum), _mm256_extracti128_si256(sum, 1));
+        return static_cast<u64>(_mm_cvtsi128_si64(half)) + static_cast<u64>(_mm_extract_epi64(half, 1));
     }
 };
+
+// Blocks that are added before the lanes are folded. Sums of as many 32-bit halves stay below 2^40, weighted below
+// 2^61, and eight of those below 2^64.
+constexpr u64 blocks_per_fold = u64{1} << 8;
 
 // Sums of words, modulo 2^64, and of their upper halves; together they give the exact sum of a lane.
 struct Sums {
@@ -36,18 +43,11 @@ struct Sums {
     }
 };
 
-// Exact lane sum: lows + highs * 2^32, where lows = words - highs * 2^32 modulo 2^64 is below 2^(32 + 16).
+// The lower halves are the words less 2^32 times the upper ones, modulo 2^64.
 u64 fold(const Sums& sums) noexcept {
-    alignas(64) u64 words[8], highs[8];
-    sums.words.store(words);
-    sums.highs.store(highs);
-    u128 total = 0;
-#pragma GCC unroll 8
-    for (int lane = 0; lane < 8; ++lane) {
-        const u64 lows = words[lane] - (highs[lane] << 32);
-        total += ((static_cast<u128>(highs[lane]) << 32) + lows) << (3 * lane);
-    }
-    return reduce(total);
+    const Lanes lows{_mm256_sub_epi64(sums.words.low, _mm256_slli_epi64(sums.highs.low, 32)),
+                     _mm256_sub_epi64(sums.words.high, _mm256_slli_epi64(sums.highs.high, 32))};
+    return reduce((static_cast<u128>(sums.highs.total()) << 32) + lows.total());
 }
 
 u64 residue(const void* bytes, u64 n) noexcept {
@@ -55,7 +55,7 @@ u64 residue(const void* bytes, u64 n) noexcept {
     u64 total = 0;
     for (;;) {
         Sums sums;
-        const u64 blocks = whole_blocks(n);
+        const u64 blocks = whole_blocks(n, blocks_per_fold - 2);
 #pragma GCC unroll 4
         for (u64 i = 0; i < blocks; ++i) sums.add_block(p + block_bytes * i);
         p += block_bytes * blocks;

@@ -9,6 +9,9 @@ namespace {
 
 using Word = unsigned long long;
 
+// Blocks that are added before the lanes are folded: the last lane, of 40 bits, has room for 2^24.
+constexpr u64 blocks_per_fold = u64{1} << 16;
+
 Word load(const unsigned char* p, unsigned lane) noexcept {
     Word word;
     __builtin_memcpy(&word, p + 8 * lane, 8);
@@ -39,7 +42,7 @@ u64 residue(const void* bytes, u64 n) noexcept {
     u64 total = 0;
     for (;;) {
         Word sum[8] = {};
-        const u64 blocks = whole_blocks(n);
+        const u64 blocks = whole_blocks(n, blocks_per_fold - 2);
         for (u64 i = 0; i < blocks; ++i) add_block(sum, p + block_bytes * i);
         p += block_bytes * blocks;
         n -= block_bytes * blocks;

@@ -7,9 +7,10 @@
 
 namespace kvt::kernels {
 
+inline constexpr const WordKernels* word_kernel_tables[] = {&word_kernels_scalar, &word_kernels_adx};
+
 inline const WordKernels& word_kernels(WordLevel level) noexcept {
-    constexpr const WordKernels* tables[] = {&word_kernels_scalar, &word_kernels_adx};
-    return *tables[static_cast<unsigned>(level)];
+    return *word_kernel_tables[static_cast<unsigned>(level)];
 }
 
 inline const WordKernels& active_word_kernels() noexcept { return word_kernels(active_levels().word); }

@@ -16,9 +16,10 @@ void short_rows_1(Byte* C, const Byte* A, const Byte* B, u64) noexcept { word_pr
 constexpr BlockProduct block_products[] = {nullptr,          word_product,     block_product<2>, block_product<3>,
                                            block_product<4>, block_product<5>, block_product<6>};
 constexpr ShortRows short_row_products[] = {
-    nullptr,        short_rows_1,   short_rows<2>,  short_rows<3>,  short_rows<4>,  short_rows<5>,
-    short_rows<6>,  short_rows<7>,  short_rows<8>,  short_rows<9>,  short_rows<10>, short_rows<11>,
-    short_rows<12>, short_rows<13>, short_rows<14>, short_rows<15>, short_rows<16>};
+    nullptr,        short_rows_1,   short_rows<2>,  short_rows<3>,  short_rows<4>,  short_rows<5>,  short_rows<6>,
+    short_rows<7>,  short_rows<8>,  short_rows<9>,  short_rows<10>, short_rows<11>, short_rows<12>, short_rows<13>,
+    short_rows<14>, short_rows<15>, short_rows<16>, short_rows<17>, short_rows<18>, short_rows<19>, short_rows<20>,
+    short_rows<21>, short_rows<22>, short_rows<23>, short_rows<24>};
 
 void long_rows(Byte* C, const Byte* A, u64 LA, const Byte* B, u64 LB) noexcept {
     store(C + 8 * LA, mul(C, A, LA, load(B), 0));

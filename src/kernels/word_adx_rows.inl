@@ -2,7 +2,7 @@
 // of C. a * b + c + carry fits two words, so both chains end clear with the row.
 
 // Rows of exactly N words: C[0..n+N) = A * B[0..n), the inner loop unrolled whole.
-constexpr unsigned short_row_words = 16;
+constexpr unsigned short_row_words = 24;
 
 template <unsigned N>
 void short_rows(Byte* C, const Byte* A, const Byte* B, u64 n) noexcept {

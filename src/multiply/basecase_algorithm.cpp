@@ -1,5 +1,6 @@
 #include "multiply/basecase_algorithm.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "frame/exceptions.h"
@@ -54,6 +55,8 @@ void BasecaseAlgorithm<W>::square(const BasicParameters& params, W* C, const W* 
 template <class W>
 void BasecaseAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B,
                                     u64 LB) const {
+    // One or two rows: at every level schoolbook products, which need no scratch.
+    if (std::min(LA, LB) <= 2) return kernels::mulB(C, A, LA, B, LB);
     require_scratch(params, kernels::direct_multiply_scratch_bytes<W>(LA, LB));
     kernels::direct_multiply(C, A, LA, B, LB, params.memory);
 }

@@ -20,7 +20,7 @@ u64 percent_at(const EngineRung& rung, VectorLevel level) noexcept {
 }
 
 // What a transform takes whatever its length: set-up and both ends of every pass.
-constexpr u64 fixed_transform_cost = 150'000;
+constexpr u64 fixed_transform_cost = 110'000;
 
 u64 saturating_product(u64 a, u64 b) noexcept {
     const u128 p = u128{a} * b;
@@ -34,12 +34,13 @@ u64 direct_cost(u64 LA, u64 LB, bool square) noexcept {
     const u64 total = LA + LB;
     if (vector == VectorLevel::avx512ifma) {
         const u64 product = saturating_product(105 * LB, LA);
-        return (square ? product * 6 / 10 : product) + 700 * total;
+        return (square ? product * 54 / 100 : product) + 700 * total;
     }
     // Karatsuba beyond some 40 words of the shorter operand.
-    const u64 column = word == WordLevel::adx ? 400 : 930;
+    const bool adx = word == WordLevel::adx;
+    const u64 column = adx ? 360 : 830;
     const u64 product = saturating_product(column * std::min(LB, 20 + LB / 2), LA);
-    return (square ? product * 65 / 100 : product) + 1000 * total;
+    return (square ? product * (adx ? 70 : 95) / 100 : product) + 1000 * total;
 }
 
 TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) noexcept {
@@ -47,7 +48,7 @@ TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) 
     const u64 product = saturating_product(plan.operand_bytes / 8, per_unit) / 100 *
                         percent_at(rung, kernels::active_levels().vector);
     const u64 whole = product + fixed_transform_cost;
-    return {whole, whole / 10 * 8, whole / 10 * 7, whole / 10 * 3};
+    return {whole, whole / 100 * 72, whole / 10 * 7, whole / 10 * 3};
 }
 
 }  // namespace kvt::multiply

@@ -6,6 +6,7 @@
 
 #include "frame/exceptions.h"
 #include "kernels/direct.h"
+#include "kernels/schoolbook.h"
 #include "multiply/block_product.h"
 #include "multiply/cost.h"
 #include "multiply/transform_checks.h"
@@ -13,6 +14,11 @@
 
 namespace kvt::multiply {
 namespace {
+
+template <class W>
+bool disjoint(const W* X, u64 LX, const W* Y, u64 LY) {
+    return X >= Y + LY || Y >= X + LX;
+}
 
 // One product, its operands in order of length, and the part of it that is kept.
 template <class W>
@@ -26,11 +32,8 @@ struct Job {
 
     u64 length() const { return LA + LB; }
     bool writes_in_place() const {
-        return count == length() && !overlaps(A, LA) && (B == nullptr || !overlaps(B, LB));
+        return count == length() && disjoint(C, count, A, LA) && (B == nullptr || disjoint(C, count, B, LB));
     }
-
-  private:
-    bool overlaps(const W* X, u64 L) const { return C < X + L && X < C + count; }
 };
 
 // Where a way that writes whole products puts them: C itself, or the last bytes of the scratch when only a window is
@@ -51,15 +54,20 @@ Place<W> place_of(const Job<W>& job, u8* memory, u64 scratch_bytes) {
     return {reinterpret_cast<W*>(end - bytes), present - bytes};
 }
 
-// A direct product's cost, or the largest number when it lacks scratch.
+// Up to so many words of the shorter operand rows win, whatever the longer one.
+template <class W>
+constexpr u64 row_words = 16 * 8 / sizeof(W);
+
+// A direct product's cost, nothing where it is sure to win, or the largest number when it lacks scratch.
 template <class W>
 u64 direct_cost_of(const Job<W>& job, u64 scratch_bytes) {
     constexpr u64 halves = 8 / sizeof(W);
     const bool square = job.B == nullptr;
-    const u64 cost = direct_cost((job.LA + halves - 1) / halves, (job.LB + halves - 1) / halves, square);
     const u64 needed = square ? kernels::direct_square_scratch_bytes<W>(job.LA)
                               : kernels::direct_multiply_scratch_bytes<W>(job.LA, job.LB);
-    return needed <= scratch_bytes ? cost : ~u64{0};
+    if (needed > scratch_bytes) return ~u64{0};
+    if (job.LB <= row_words<W>) return 0;
+    return direct_cost((job.LA + halves - 1) / halves, (job.LB + halves - 1) / halves, square);
 }
 
 // Forms the product directly or in blocks if that is cheaper than one transform; false: it is not.
@@ -68,19 +76,20 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
                                  const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
     const Place<W> place = place_of(job, memory, scratch_bytes);
     if (place.C == nullptr) return false;
-    const TransformCost transform = transform_cost(rung, whole);
-    const u64 transformed = job.B == nullptr ? transform.square : transform.product;
     const u64 direct = direct_cost_of(job, place.scratch_bytes);
-    const u64 least = std::min(direct, transformed);
     BlockPlan blocks;
-    // No number of blocks makes up for a direct product that is far cheaper than one transform.
-    if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)
-        blocks = plan_blocks<W>(rung, job.LA, job.LB, least, place.scratch_bytes, tasks);
+    if (direct != 0) {
+        const TransformCost transform = transform_cost(rung, whole);
+        const u64 transformed = job.B == nullptr ? transform.square : transform.product;
+        const u64 least = std::min(direct, transformed);
+        // No number of blocks makes up for a direct product that is far cheaper than one transform.
+        if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)
+            blocks = plan_blocks<W>(rung, job.LA, job.LB, least, place.scratch_bytes, tasks);
+        if (blocks.engine == nullptr && direct > least) return false;
+    }
 
     if (blocks.engine != nullptr)
         multiply_blocks(blocks, table, place.C, job.A, job.LA, job.B, job.LB, memory, tasks);
-    else if (direct > least)
-        return false;
     else if (job.B == nullptr)
         kernels::direct_square(place.C, job.A, job.LA, memory);
     else
@@ -89,17 +98,27 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
     return true;
 }
 
+// A product's plan, and its parameters, which are large enough.
+struct Checked {
+    TransformPlan plan;
+    u64 tasks, scratch_bytes;
+    const GlobalTwiddleTable& table;
+
+    Checked(const TransformEngine& engine, const BasicParameters& params, const char* location, u64 bits)
+        : plan(engine.plan(bits)),
+          tasks(useful_tasks(params.tasks, bits)),
+          scratch_bytes(product_scratch_bytes(plan, tasks)),
+          table(require_table(params, plan, location)) {
+        if (params.memory_bytes < scratch_bytes)
+            raise_scratch_too_small(location, params.memory_bytes, scratch_bytes);
+        warn_if_misaligned(params);
+    }
+};
+
 template <class W>
 void run(const EngineRung& rung, const TransformEngine& engine, const BasicParameters& params, const char* location,
          Job<W> job) {
-    const u64 bits = job.length() * word_bits<W>;
-    const u64 tasks = useful_tasks(params.tasks, bits);
-    const TransformPlan plan = engine.plan(bits);
-    const GlobalTwiddleTable& table = require_table(params, plan, location);
-    const u64 scratch_bytes = product_scratch_bytes(plan, tasks);
-    if (params.memory_bytes < scratch_bytes) raise_scratch_too_small(location, params.memory_bytes, scratch_bytes);
-    warn_if_misaligned(params);
-
+    const auto& [plan, tasks, scratch_bytes, table] = Checked(engine, params, location, job.length() * word_bits<W>);
     if (job.B != nullptr && job.LA < job.LB) {
         std::swap(job.A, job.B);
         std::swap(job.LA, job.LB);
@@ -133,6 +152,11 @@ void EngineAlgorithm<W>::square(const BasicParameters& params, W* C, const W* A,
 
 template <class W>
 void EngineAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B, u64 LB) const {
+    // One or two rows cost no more than the choice of a way.
+    if (std::min(LA, LB) <= 2 && disjoint(C, LA + LB, A, LA) && disjoint(C, LA + LB, B, LB)) {
+        Checked(engine(), params, this->short_name, (LA + LB) * word_bits<W>);
+        return kernels::mulB(C, A, LA, B, LB);
+    }
     run<W>(rung_, engine(), params, this->short_name, {A, LA, B, LB, C, 0, LA + LB});
 }
 

@@ -1,7 +1,5 @@
 #include "multiply/transform_checks.h"
 
-#include <algorithm>
-
 #include "frame/console.h"
 #include "frame/exceptions.h"
 #include "multiply/twiddle_table.h"
@@ -9,7 +7,6 @@
 namespace kvt::multiply {
 namespace {
 
-constexpr u64 bits_per_task = 64 * 4096;
 constexpr u64 wanted_alignment_bytes = 16;
 
 u64 saturate(u128 bytes) { return bytes > ~u64{0} ? ~u64{0} : static_cast<u64>(bytes); }
@@ -17,8 +14,6 @@ u64 saturate(u128 bytes) { return bytes > ~u64{0} ? ~u64{0} : static_cast<u64>(b
 constexpr GlobalTwiddleTable empty_table{};
 
 }  // namespace
-
-u64 useful_tasks(u64 tasks, u64 bits) noexcept { return std::max<u64>(1, std::min(tasks, bits / bits_per_task)); }
 
 u64 product_scratch_bytes(const TransformPlan& plan, u64 useful_tasks) noexcept {
     return saturate(u128{plan.operand_bytes} + plan.product_bytes + u128{plan.task_bytes} * useful_tasks);

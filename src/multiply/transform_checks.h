@@ -1,6 +1,8 @@
 #pragma once
 // What every user of a transform engine does before the first write: counts, sizes, checks.
 
+#include <algorithm>
+
 #include "frame/parameters.h"
 #include "multiply/engine.h"
 
@@ -17,7 +19,10 @@ Window window_of(W* C, u64 first, u64 count) {
 }
 
 // Tasks that a product of so many bits can use; at least 1.
-u64 useful_tasks(u64 tasks, u64 bits) noexcept;
+constexpr u64 bits_per_task = 64 * 4096;
+inline u64 useful_tasks(u64 tasks, u64 bits) noexcept {
+    return std::max<u64>(1, std::min(tasks, bits / bits_per_task));
+}
 
 // Scratch of a one-shot product, and of two kept operands with the working bytes. Sizes saturate.
 u64 product_scratch_bytes(const TransformPlan& plan, u64 useful_tasks) noexcept;

@@ -182,8 +182,9 @@ TEST(Products, KaratsubaHalves32) { check_halves<u32>(); }
 TEST(Products, KaratsubaHalves64) { check_halves<u64>(); }
 
 TEST(Products, KaratsubaReadsItsThresholdsOnEveryCall) {
-    karatsuba_mul_threshold = 5;
-    karatsuba_sqr_threshold = 6;
+    const u64 adx_mul = karatsuba_adx_mul_threshold, adx_sqr = karatsuba_adx_sqr_threshold;
+    karatsuba_mul_threshold = karatsuba_adx_mul_threshold = 5;
+    karatsuba_sqr_threshold = karatsuba_adx_sqr_threshold = 6;
     Rng rng(5);
     for (std::size_t n = 1; n <= 40; ++n) {
         check_product<u64>(Pattern::runs, n, rng.between(1, 40), rng);
@@ -191,6 +192,8 @@ TEST(Products, KaratsubaReadsItsThresholdsOnEveryCall) {
     }
     karatsuba_mul_threshold = 18;
     karatsuba_sqr_threshold = 19;
+    karatsuba_adx_mul_threshold = adx_mul;
+    karatsuba_adx_sqr_threshold = adx_sqr;
 }
 
 // The dispatcher's answer for a product length covers every product and square of that length, in both widths.

@@ -1,5 +1,6 @@
 // The floating-point transform behind the engine interface. See docs/fft.md.
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -195,16 +196,21 @@ void check_extremes(const FftShape& shape, const FftExtremes& seen) {
 Packed pack(const Transform& t, const double* x, u8* packed) {
     const u64 lanes = t.kernels.lanes;
     const u64 segment_groups = 2 * t.shape.half / lanes / 8;
-    i64 carries[most_parts][most_lanes] = {};
-    FftExtremes extremes[most_parts] = {};
+    // Not cleared as a whole: short products have one part, and feel every kilobyte.
+    struct Part {
+        i64 carries[most_lanes];
+        FftExtremes extremes;
+    };
+    Part parts[most_parts];
+    std::fill_n(parts, t.parts, Part{});
     t.divide(segment_groups, [&](u64 begin, u64 end, u64 i) {
-        t.kernels.carry(t.shape, x, packed, begin, end, carries[i], extremes[i]);
+        t.kernels.carry(t.shape, x, packed, begin, end, parts[i].carries, parts[i].extremes);
     });
 
     FftExtremes all{};
     for (u64 i = 0; i < t.parts; ++i) {
-        all.coefficient = std::max(all.coefficient, extremes[i].coefficient);
-        all.error = std::max(all.error, extremes[i].error);
+        all.coefficient = std::max(all.coefficient, parts[i].extremes.coefficient);
+        all.error = std::max(all.error, parts[i].extremes.error);
     }
     check_extremes(t.shape, all);
 
@@ -216,9 +222,9 @@ Packed pack(const Transform& t, const double* x, u8* packed) {
             const u64 end_group = l * segment_groups + Threads::share_of(segment_groups, t.parts, i).last;
             const u64 at = end_group * t.shape.bits;
             if (at == bytes)
-                top += carries[i][l];
+                top += parts[i].carries[l];
             else
-                top += add_at(packed, at, bytes, carries[i][l]);
+                top += add_at(packed, at, bytes, parts[i].carries[l]);
         }
     }
     i64 over = top == 0 ? 0 : add_at(packed, 0, bytes, -top);
@@ -258,7 +264,7 @@ class FftEngine final : public TransformEngine {
     constexpr FftEngine() = default;
 
     TransformPlan plan(u64 min_bits) const override {
-        const FftParameters row = choose_fft(min_bits);
+        const FftParameters& row = choose_fft(min_bits);
         TransformPlan p;
         p.min_bits = min_bits;
         p.capacity_bits = p.wrap_bits = row.capacity_bits;

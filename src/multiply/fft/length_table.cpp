@@ -1,5 +1,8 @@
 #include "multiply/fft/length_table.h"
 
+#include <array>
+#include <bit>
+
 #include "frame/exceptions.h"
 
 namespace kvt::multiply {
@@ -30,40 +33,47 @@ constexpr FftParameters decode(u64 code) {
     return {radices[kind], exponent, 0, code, radices[kind] << exponent, 0, 0};
 }
 
-constexpr FftParameters row(u64 index) {
-    FftParameters p = decode(rows[index].code);
-    p.bits = rows[index].bits;
-    p.capacity_bits = p.points * p.bits;
-    p.index = index;
-    return p;
-}
+constexpr auto table = [] {
+    std::array<FftParameters, fft_rows> t{};
+    for (u64 i = 0; i < fft_rows; ++i) {
+        t[i] = decode(rows[i].code);
+        t[i].bits = rows[i].bits;
+        t[i].capacity_bits = t[i].points * t[i].bits;
+        t[i].index = i;
+    }
+    return t;
+}();
+
+// By the binary digits of a number of bits less one: the first row that can hold the smallest such number.
+constexpr u64 most_digits = std::bit_width(table.back().capacity_bits - 1);
+constexpr auto first_by_digits = [] {
+    std::array<u8, most_digits + 1> first{};
+    for (u64 digits = 1; digits <= most_digits; ++digits)
+        while (table[first[digits]].capacity_bits <= u64{1} << (digits - 1)) ++first[digits];
+    return first;
+}();
 
 constexpr bool capacities_grow() {
     for (u64 i = 1; i < fft_rows; ++i)
-        if (row(i).capacity_bits <= row(i - 1).capacity_bits || row(i).radix == 7) return false;
+        if (table[i].capacity_bits <= table[i - 1].capacity_bits || table[i].radix == 7) return false;
     return true;
 }
 static_assert(capacities_grow());
-static_assert(row(0).capacity_bits == 1344 && row(3).capacity_bits == 7680);
-static_assert(row(fft_rows - 1).capacity_bits == 17'179'869'184);
+static_assert(table[0].capacity_bits == 1344 && table[3].capacity_bits == 7680);
+static_assert(table.back().capacity_bits == 17'179'869'184);
 
 }  // namespace
 
 FftParameters decode_fft_code(u64 code) { return decode(code); }
 
-FftParameters fft_row(u64 index) { return row(index); }
+const FftParameters& fft_row(u64 index) { return table[index]; }
 
-FftParameters choose_fft(u64 bits) {
-    if (bits <= row(0).capacity_bits) return row(0);
-    u64 low = 0, high = fft_rows - 1;
-    if (bits > row(high).capacity_bits)
+const FftParameters& choose_fft(u64 bits) {
+    if (bits > table.back().capacity_bits)
         raise_generic(errors::no_algorithm, "FFT length", "The convolution is longer than the largest transform.");
-    // capacity(low) < bits <= capacity(high)
-    while (high - low > 1) {
-        const u64 middle = (low + high) / 2;
-        (row(middle).capacity_bits < bits ? low : high) = middle;
-    }
-    return row(high);
+    u64 index = first_by_digits[std::bit_width(bits - (bits != 0))];
+    while (table[index].capacity_bits < bits) ++index;
+    return table[index];
 }
 
 }  // namespace kvt::multiply

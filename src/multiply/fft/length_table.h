@@ -22,9 +22,9 @@ inline constexpr u64 fft_rows = 71;
 FftParameters decode_fft_code(u64 code);
 
 // Rows grow strictly in capacity.
-FftParameters fft_row(u64 index);
+const FftParameters& fft_row(u64 index);
 
 // The first row whose capacity is at least this many bits. More than the last row's is a generic error.
-FftParameters choose_fft(u64 bits);
+const FftParameters& choose_fft(u64 bits);
 
 }  // namespace kvt::multiply
