@@ -30,6 +30,15 @@ struct Job {
     W* C;
     u64 first, count;
 
+    Job(const W* A, u64 L, W* C, u64 first, u64 count)
+        : A(A), LA(L), B(nullptr), LB(L), C(C), first(first), count(count) {}
+    Job(const W* A, u64 LA, const W* B, u64 LB, W* C, u64 first, u64 count)
+        : A(A), LA(LA), B(B), LB(LB), C(C), first(first), count(count) {
+        if (this->LA >= this->LB) return;
+        std::swap(this->A, this->B);
+        std::swap(this->LA, this->LB);
+    }
+
     u64 length() const { return LA + LB; }
     bool writes_in_place() const {
         return count == length() && disjoint(C, count, A, LA) && (B == nullptr || disjoint(C, count, B, LB));
@@ -117,12 +126,8 @@ struct Checked {
 
 template <class W>
 void run(const EngineRung& rung, const TransformEngine& engine, const BasicParameters& params, const char* location,
-         Job<W> job) {
+         const Job<W>& job) {
     const auto& [plan, tasks, scratch_bytes, table] = Checked(engine, params, location, job.length() * word_bits<W>);
-    if (job.B != nullptr && job.LA < job.LB) {
-        std::swap(job.A, job.B);
-        std::swap(job.LA, job.LB);
-    }
     u8* memory = static_cast<u8*>(params.memory);
     if (run_without_whole_transform(rung, plan, table, job, memory, scratch_bytes, tasks)) return;
     u8* work = memory + plan.operand_bytes;
@@ -147,7 +152,7 @@ void EngineAlgorithm<W>::size_record(MulSizeRecord& record, u64 L, u64 tasks) co
 
 template <class W>
 void EngineAlgorithm<W>::square(const BasicParameters& params, W* C, const W* A, u64 L) const {
-    run<W>(rung_, engine(), params, this->short_name, {A, L, nullptr, L, C, 0, 2 * L});
+    run<W>(rung_, engine(), params, this->short_name, {A, L, C, 0, 2 * L});
 }
 
 template <class W>
@@ -163,7 +168,7 @@ void EngineAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W* 
 template <class W>
 void EngineAlgorithm<W>::square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                         u64 L) const {
-    run<W>(rung_, engine(), params, this->short_name, {A, L, nullptr, L, C, first, count});
+    run<W>(rung_, engine(), params, this->short_name, {A, L, C, first, count});
 }
 
 template <class W>
