@@ -11,13 +11,17 @@ namespace kvt::kernels {
 class FloatState {
   public:
     FloatState() : callers_(_mm_getcsr()) {
-        if (callers_ != default_state) _mm_setcsr(default_state);
+        if ((callers_ & ~raised_exceptions) != default_state) _mm_setcsr(default_state);
     }
-    ~FloatState() { _mm_setcsr(callers_); }
+    ~FloatState() {
+        if (_mm_getcsr() != callers_) _mm_setcsr(callers_);
+    }
     FloatState(const FloatState&) = delete;
     FloatState& operator=(const FloatState&) = delete;
 
   private:
+    // Writing the register drains the pipeline, reading it does not.
+    static constexpr unsigned raised_exceptions = 0x3f;
     static constexpr unsigned default_state = 0x1f80;  // all exceptions masked, nearest, no FTZ, no DAZ
     unsigned callers_;
 };
