@@ -33,8 +33,10 @@ struct Operation {
 
 std::span<const Operation> kernel_operations();
 std::span<const Operation> product_operations();
-std::span<const Operation> number_operations();
 std::span<const Operation> object_operations();
+std::span<const Operation> inverse_operations();
+std::span<const Operation> text_operations();
+std::span<const Operation> pi_operations();
 
 // Thrown by prepare: the operation does not reach this size.
 struct NotAvailable : std::runtime_error {

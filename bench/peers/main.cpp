@@ -4,6 +4,7 @@
 #include <kvnum/kvnum.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -13,6 +14,7 @@
 
 #include "comparison.h"
 #include "measure.h"
+#include "memory.h"
 
 // From the benchmark variant of the shared library; see src/exports/seams.cpp.
 extern "C" void kvnum_seam_cap_levels(std::uint32_t vector, std::uint32_t word) noexcept;
@@ -25,12 +27,16 @@ struct Options {
     std::vector<std::string> sizes{"4,6,8,10,12,16,24,30,50,100,150,500,1000,2500,5000,12288,16384,131072"};
     std::uint64_t threads = 1;
     double shape = 1;
+    bool memory = false;
     Limits limits{3e-4, 0.5, 5, 1001};
 };
 
+constexpr std::string_view one_task = "one_task";
+
 std::vector<Operation> all_operations() {
     std::vector<Operation> out;
-    for (auto family : {kernel_operations(), product_operations(), number_operations(), object_operations()})
+    for (auto family : {kernel_operations(), product_operations(), object_operations(), inverse_operations(),
+                        text_operations(), pi_operations()})
         out.insert(out.end(), family.begin(), family.end());
     return out;
 }
@@ -93,43 +99,103 @@ void print_machine(const Options& options) {
 constexpr char csv_head[] =
     "op,peer,peer_call,isa,word_isa,threads,words_a,words_b,samples,ours_min_ns,ours_median_ns,peer_min_ns,"
     "peer_median_ns,ours_ns_per_word,ratio,ratio_of_min\n";
+constexpr char memory_csv_head[] =
+    "op,peer,peer_call,isa,word_isa,threads,words_a,words_b,ours_peak_bytes,peer_peak_bytes,table_bytes\n";
 
-// One row: prepares, compares the results, measures, prints.
-void run_row(const Operation& operation, std::size_t words, const Options& options, std::ofstream& csv) {
-    const auto short_words = static_cast<std::size_t>(std::max(1.0, static_cast<double>(words) / options.shape));
-    if (short_words < operation.least_words) return;
-    Comparison comparison;
-    try {
-        comparison = operation.prepare({words, short_words, options.threads});
-    } catch (const NotAvailable& reason) {
-        fmt::print("{:>8} {:>10} {:>8} {}\n", operation.name, words, short_words, reason.what());
-        return;
+// Our operation with all tasks against itself with one.
+Comparison one_task_comparison(const Operation& operation, const Setting& setting) {
+    Setting single = setting;
+    single.tasks = 1;
+    return {operation.prepare(setting).ours, operation.prepare(single).ours, [] { return true; }};
+}
+
+struct Row {
+    const Operation& operation;
+    std::string_view peer, peer_call;
+    Setting setting;
+
+    Comparison prepare() const {
+        return peer == one_task ? one_task_comparison(operation, setting) : operation.prepare(setting);
     }
+    // The columns that all files begin with.
+    std::string csv(const Options& options) const {
+        return fmt::format("{},{},{},{},{},{},{},{}", operation.name, peer,
+                           fmt::join(CLI::detail::split(std::string(peer_call), ','), ";"), options.isa,
+                           options.word_isa, options.threads, setting.words, setting.short_words);
+    }
+    std::string text() const {
+        return fmt::format("{:>8} {:>10} {:>8}", operation.name, setting.words, setting.short_words);
+    }
+};
+
+// Prepares, compares the results, measures, prints.
+void run_row(const Row& row, const Options& options, std::ofstream& csv) {
+    const Comparison comparison = row.prepare();
     comparison.ours(1);
     comparison.theirs(1);
-    if (!comparison.same_result()) throw std::runtime_error(fmt::format("results differ at {} words", words));
+    if (!comparison.same_result())
+        throw std::runtime_error(fmt::format("results differ at {} words", row.setting.words));
 
     const Measurement m = measure(comparison, options.limits, clock_of(options));
-    const double per_word = m.ours.median_ns / static_cast<double>(words);
-    fmt::print("{:>8} {:>10} {:>8} {:>14.1f} {:>14.1f} {:>9.3f} {:>14.1f} {:>14.1f} {:>7.3f} {:>7.3f}\n",
-               operation.name, words, short_words, m.ours.min_ns, m.ours.median_ns, per_word, m.theirs.min_ns,
-               m.theirs.median_ns, m.ratio, m.ratio_of_min);
-    std::fflush(stdout);
+    const double per_word = m.ours.median_ns / static_cast<double>(row.setting.words);
+    fmt::print("{} {:>14.1f} {:>14.1f} {:>9.3f} {:>14.1f} {:>14.1f} {:>7.3f} {:>7.3f}\n", row.text(), m.ours.min_ns,
+               m.ours.median_ns, per_word, m.theirs.min_ns, m.theirs.median_ns, m.ratio, m.ratio_of_min);
     if (csv.is_open())
-        csv << fmt::format("{},{},{},{},{},{},{},{},{},{:.1f},{:.1f},{:.1f},{:.1f},{:.4f},{:.4f},{:.4f}\n",
-                           operation.name, operation.peer, operation.peer_call, options.isa, options.word_isa,
-                           options.threads, words, short_words, m.samples, m.ours.min_ns, m.ours.median_ns,
-                           m.theirs.min_ns, m.theirs.median_ns, per_word, m.ratio, m.ratio_of_min)
-            << std::flush;
+        csv << fmt::format("{},{},{:.1f},{:.1f},{:.1f},{:.1f},{:.4f},{:.4f},{:.4f}\n", row.csv(options), m.samples,
+                           m.ours.min_ns, m.ours.median_ns, m.theirs.min_ns, m.theirs.median_ns, per_word, m.ratio,
+                           m.ratio_of_min);
+}
+
+void run_memory_row(const Row& row, const Options& options, std::ofstream& csv) {
+    const std::uint64_t table_bits = 64 * (row.setting.words + row.setting.short_words);
+    const Peak peak = measure_peak([&] { return row.prepare(); }, table_bits);
+    fmt::print("{} {:>14} {:>14} {:>14}\n", row.text(), peak.ours_bytes, peak.theirs_bytes, peak.table_bytes);
+    if (csv.is_open())
+        csv << fmt::format("{},{},{},{}\n", row.csv(options), peak.ours_bytes, peak.theirs_bytes, peak.table_bytes);
+}
+
+void run_rows(const Operation& operation, const Options& options, std::ofstream& csv) {
+    const bool alone = options.peer == one_task;
+    const std::string_view peer = alone ? one_task : operation.peer;
+    const std::string_view peer_call = alone ? "the same with one task" : operation.peer_call;
+    fmt::print("# {} against {} ({}); {}\n", operation.name, peer, peer_call,
+               options.memory ? "peak memory of a call in bytes, and our table of roots"
+                              : "times in ns, ratio = peer's time by ours");
+    if (options.memory)
+        fmt::print("{:>8} {:>10} {:>8} {:>14} {:>14} {:>14}\n", "op", "words", "by", "ours", "peer", "table");
+    else
+        fmt::print("{:>8} {:>10} {:>8} {:>14} {:>14} {:>9} {:>14} {:>14} {:>7} {:>7}\n", "op", "words", "by", "min",
+                   "median", "per word", "peer min", "peer median", "ratio", "of min");
+    for (std::size_t words : parse_sizes(options.sizes)) {
+        const auto short_words = static_cast<std::size_t>(std::max(1.0, static_cast<double>(words) / options.shape));
+        const Row row{operation, peer, peer_call, {words, short_words, options.threads}};
+        if (short_words < operation.least_words) continue;
+        try {
+            options.memory ? run_memory_row(row, options, csv) : run_row(row, options, csv);
+        } catch (const NotAvailable& reason) {
+            fmt::print("{} {}\n", row.text(), reason.what());
+        }
+        std::fflush(stdout);
+        csv.flush();
+    }
+}
+
+// Those of the wanted name and peer; a name once where we are compared with ourselves.
+std::vector<Operation> chosen_operations(const Options& options) {
+    std::vector<Operation> chosen;
+    for (const Operation& operation : all_operations()) {
+        if (options.operation != operation.name && options.operation != "all") continue;
+        auto same_name = [&](const Operation& other) { return other.name == operation.name; };
+        if (options.peer == one_task ? std::none_of(chosen.begin(), chosen.end(), same_name)
+                                     : options.peer == operation.peer)
+            chosen.push_back(operation);
+    }
+    if (chosen.empty()) throw std::invalid_argument("no such operation for this peer; --list shows all");
+    return chosen;
 }
 
 int run(const Options& options) {
-    std::vector<Operation> chosen;
-    for (const Operation& operation : all_operations())
-        if (operation.peer == options.peer && (options.operation == operation.name || options.operation == "all"))
-            chosen.push_back(operation);
-    if (chosen.empty()) throw std::invalid_argument("no such operation for this peer; --list shows all");
-
+    const std::vector<Operation> chosen = chosen_operations(options);
     cap_levels(options);
     choose_framework(options);
     SetConsoleSink([](void*, const char*, std::uint64_t, char) {}, nullptr);  // errors come back as wrappers
@@ -138,15 +204,9 @@ int run(const Options& options) {
     if (!options.csv.empty()) {
         csv.open(options.csv);
         if (!csv) throw std::runtime_error("cannot write " + options.csv);
-        csv << csv_head;
+        csv << (options.memory ? memory_csv_head : csv_head);
     }
-    for (const Operation& operation : chosen) {
-        fmt::print("# {} against {} ({}); times in ns, ratio = peer's time by ours\n", operation.name, operation.peer,
-                   operation.peer_call);
-        fmt::print("{:>8} {:>10} {:>8} {:>14} {:>14} {:>9} {:>14} {:>14} {:>7} {:>7}\n", "op", "words", "by", "min",
-                   "median", "per word", "peer min", "peer median", "ratio", "of min");
-        for (std::size_t words : parse_sizes(options.sizes)) run_row(operation, words, options, csv);
-    }
+    for (const Operation& operation : chosen) run_rows(operation, options, csv);
     return 0;
 }
 
@@ -159,7 +219,8 @@ int main(int argc, char** argv) {
     CLI::App app{
         "Measures our operations against other libraries' on the same operands, alternating in one process."};
     app.add_option("--op", options.operation, "operation, or all")->capture_default_str();
-    app.add_option("--peer", options.peer, "gmp, flint, or own")->capture_default_str();
+    app.add_option("--peer", options.peer, "gmp, mpfr, flint, own, or one_task for any operation")
+        ->capture_default_str();
     app.add_option("--sizes", options.sizes, "words: 8,16,24 or FIRST:LAST[:FACTOR]")->capture_default_str();
     app.add_option("--shape", options.shape, "first operand so many times as long as the second")
         ->check(CLI::Range(1.0, 1e9));
@@ -175,6 +236,8 @@ int main(int argc, char** argv) {
         ->check(CLI::IsMember({"thread", "wall"}));
     app.add_option("--csv", options.csv, "also write the rows into this file");
     app.add_option("--row-seconds", options.limits.row_seconds, "time for a row")->capture_default_str();
+    app.add_option("--samples", options.limits.least_samples, "samples of a row at least")->capture_default_str();
+    app.add_flag("--memory", options.memory, "peak memory instead of time, each side in a process of its own");
     app.add_flag_callback(
         "--list",
         [] {

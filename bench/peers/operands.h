@@ -12,7 +12,26 @@
 
 namespace peers {
 
-using Words = std::vector<std::uint64_t>;
+// Memory that is not touched before it is used, so that it counts for the call that uses it.
+template <class T>
+struct Untouched : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = Untouched<U>;
+    };
+    template <class U>
+    void construct(U* p) noexcept {
+        ::new (static_cast<void*>(p)) U;
+    }
+    template <class U, class... Arguments>
+    void construct(U* p, Arguments&&... arguments) {
+        ::new (static_cast<void*>(p)) U(std::forward<Arguments>(arguments)...);
+    }
+};
+
+using Words = std::vector<std::uint64_t, Untouched<std::uint64_t>>;
+using Bytes = std::vector<unsigned char, Untouched<unsigned char>>;
+using Characters = std::vector<char, Untouched<char>>;
 
 inline Words random_words(std::size_t n, std::uint64_t seed) {
     Words out(n);
@@ -38,7 +57,7 @@ struct Operands {
         : a(random_words(s.words, 1)), b(random_words(s.short_words, 2)), ours(result_words), theirs(result_words) {}
 
     Words a, b, ours, theirs;
-    std::vector<unsigned char> scratch;
+    Bytes scratch;
     BasicParameters params{};
 
     // Scratch and twiddle table for a product of this many words.

@@ -1,6 +1,7 @@
-// Number objects: sums against the bare kernel of a peer, and our own products with and without what they save.
+// Number objects: sums and truncated products against a peer's, or against its bare kernel, and our own products with
+// and without what they save.
 
-#include "gmp_operands.h"
+#include "numbers.h"
 
 namespace peers {
 namespace {
@@ -17,6 +18,7 @@ std::shared_ptr<Operands> addends(std::size_t n) {
     auto x = std::make_shared<Operands>(Setting{n, n, 1}, n + 1);
     x->a.back() = x->a.back() >> 1 | std::uint64_t{1} << 62;
     x->b.back() >>= 2;
+    x->ours.back() = x->theirs.back() = 0;
     return x;
 }
 
@@ -48,6 +50,66 @@ mp_limb_t add_limbs(mp_limb_t* c, const mp_limb_t* a, const mp_limb_t* b, mp_siz
 }
 mp_limb_t sub_limbs(mp_limb_t* c, const mp_limb_t* a, const mp_limb_t* b, mp_size_t n) {
     return mpn_sub_n(c, a, b, n);
+}
+
+// Against numbers of MPFR and FLINT; those of FLINT carry a bound of their error.
+template <class Peer, class Ours, class Theirs>
+Comparison reals(const Setting& setting, std::uint64_t scratch_bytes, Ours ours, Theirs theirs) {
+    auto s = std::make_shared<Numbers>(setting);
+    auto peer = std::make_shared<Peer>(*s);
+    auto result = std::make_shared<Number>(s->result(s->p + 3));
+    return {repeated([s, ours, result, x = s->number(s->a), y = s->number(s->b),
+                      params = s->parameters(scratch_bytes)] { succeed(ours(params, *result, x, y, s->p)); }),
+            repeated([peer, theirs] { theirs(*peer); }), [s, result, peer] { return close(*s, *result, peer->z); }};
+}
+
+template <class Peer, class Theirs>
+Comparison sum_of_reals(const Setting& setting, Theirs theirs) {
+    return reals<Peer>(
+        setting, 0,
+        [](auto&, Number& out, const Number& x, const Number& y, auto p) {
+            return BigFloat_c64_set_add(&out, &x, &y, p);
+        },
+        theirs);
+}
+Comparison sum_mpfr(const Setting& s) {
+    return sum_of_reals<MpfrNumbers>(s, [](auto& m) { mpfr_add(m.z, m.x, m.y, MPFR_RNDZ); });
+}
+Comparison sum_flint(const Setting& s) {
+    return sum_of_reals<FlintNumbers>(s, [](auto& f) { arb_add(f.z, f.x, f.y, f.precision); });
+}
+
+template <class Peer, class Theirs>
+Comparison product_of_reals(const Setting& setting, Theirs theirs) {
+    std::uint64_t bytes;
+    succeed(BigFloat_c64_mul_Psize(&bytes, setting.words, setting.words, setting.words, setting.tasks));
+    return reals<Peer>(
+        setting, bytes,
+        [](auto& params, Number& out, const Number& x, const Number& y, auto p) {
+            return BigFloat_c64_set_mul(&out, &params, &x, &y, p);
+        },
+        theirs);
+}
+Comparison product_mpfr(const Setting& s) {
+    return product_of_reals<MpfrNumbers>(s, [](auto& m) { mpfr_mul(m.z, m.x, m.y, MPFR_RNDZ); });
+}
+Comparison product_flint(const Setting& s) {
+    return product_of_reals<FlintNumbers>(s, [](auto& f) { arb_mul(f.z, f.x, f.y, f.precision); });
+}
+
+Comparison add_integers_flint(const Setting& setting) {
+    auto x = addends(setting.words);
+    auto f = std::make_shared<FlintNumbers>(*std::make_unique<Numbers>(setting));
+    fmpz_set_ui_array(f->ix, x->a.data(), static_cast<slong>(setting.words));
+    fmpz_set_ui_array(f->iy, x->b.data(), static_cast<slong>(setting.words));
+    return {repeated([x] {
+                BigInt_c64 out = integer(x->ours), a = integer(x->a), b = integer(x->b);
+                succeed(BigInt_c64_set_add(&out, &a, &b));
+            }),
+            repeated([f] { fmpz_add(f->iz, f->ix, f->iy); }), [x, f] {
+                fmpz_get_ui_array(x->theirs.data(), static_cast<slong>(x->theirs.size()), f->iz);
+                return x->ours == x->theirs;
+            }};
 }
 
 // A product of which the upper half is kept, against the whole one.
@@ -101,8 +163,13 @@ Comparison shared_factor(const Setting& s) {
 
 constexpr Operation operations[] = {
     {"int_add", "gmp", "mpn_add_n", 1, add_integers},
+    {"int_add", "flint", "fmpz_add", 2, add_integers_flint},
     {"real_add", "gmp", "mpn_add_n", 1, add_reals<BigFloat_c64_set_add, add_limbs>},
     {"real_sub", "gmp", "mpn_sub_n", 1, add_reals<BigFloat_c64_set_sub, sub_limbs>},
+    {"real_add", "mpfr", "mpfr_add", 2, sum_mpfr},
+    {"real_add", "flint", "arb_add", 2, sum_flint},
+    {"real_mul", "mpfr", "mpfr_mul", 2, product_mpfr},
+    {"real_mul", "flint", "arb_mul", 2, product_flint},
     {"real_mul", "own", "the whole product", 12, truncated_product},
     {"AB_BC", "own", "two products", 12, shared_factor},
 };

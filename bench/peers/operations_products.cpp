@@ -76,22 +76,12 @@ Comparison square_own_product(const Setting& s) {
             [square, expected] { return square->ours == *expected; }};
 }
 
-// Our product with all tasks against the same with one.
-Comparison product_one_task(const Setting& s) {
-    Shared many = product_operands(s, s.words + s.short_words);
-    Setting single = s;
-    single.tasks = 1;
-    Shared one = product_operands(single, s.words + s.short_words);
-    return {our_product(many, s), our_product(one, single), [many, one] { return many->ours == one->ours; }};
-}
-
 constexpr Operation operations[] = {
     {"mul", "gmp", "mpn_mul_n, mpn_mul", 1, product_gmp},
     {"sqr", "gmp", "mpn_sqr", 1, square_gmp},
     {"mul", "flint", "flint_mpn_mul_fft_main", 128, product_flint},
     {"sqr", "flint", "flint_mpn_mul_fft_main", 128, square_flint},
     {"sqr", "own", "our product", 1, square_own_product},
-    {"mul", "own", "our product, one task", 1, product_one_task},
 };
 
 }  // namespace
