@@ -3,15 +3,18 @@
 /* Reciprocal, division, inverse square root of a word, integer powers of a word; to a precision of p words.
  *
  * Common to all of them:
- *   params           table must cover, and memory hold, what the _sizes query answers (transform_bytes) for p and
- * tasks out              buffer_size at least the query's out_words; must not share memory with an operand or the
- * scratch. The result holds a few guard words beyond p and is not rounded; its relative error is below one unit in
- * word p from the top scratch          [scratch_words words] temporaries, at least what the query answers; contents
- * lost sink             progress of this call; null: the calling thread's sink (SetProgressSink), or none Returns
- * NULL, or an ExceptionWrapper; out is then undefined. Errors: "Buffer is too small.", "Lookup table is too small.",
- * a division by zero, and "..: Computation Failed" or "..: Convergence Failure" when an iteration's own check finds a
- * fault (of the machine, or of a product): such a result is reported and never returned. Threads: calls with their
- * own out, scratch and memory may run together.
+ *   params    table must cover, and memory hold, what the _sizes query answers (transform_bytes) for p and tasks
+ *   out       buffer_size at least the query's out_words; must not share memory with an operand or the scratch. The
+ *             result holds a few guard words beyond p and is not rounded; its relative error is below one unit in word
+ *             p from the top
+ *   scratch   [scratch_words words] temporaries, at least what the query answers; contents lost
+ *   sink      progress of this call; null: the calling thread's sink (SetProgressSink), or none
+ *
+ * Returns NULL, or an ExceptionWrapper; out is then undefined. Errors: "Buffer is too small.", "Lookup table is too
+ * small.", a division by zero, and "..: Computation Failed" or "..: Convergence Failure" when an iteration's own check
+ * finds a fault (of the machine, or of a product): such a result is reported and never returned.
+ *
+ * Threads: calls with their own out, scratch and memory may run together.
  *
  * p may be 0 (the double-precision seed alone, about 52 bits). Queries never fail but where no multiplication
  * algorithm covers the products of that precision. */

@@ -26,6 +26,8 @@ static_assert(sizeof(BigFloat<u32>) == 48 && offsetof(BigFloat<u32>, L) == 8 && 
 
 // Guard words kept beyond a precision of p words.
 inline constexpr u64 big_float_extra_words = 2;
+// Block of the sums in the build report. They run through their operands once and keep no work array of that size.
+inline constexpr u64 big_float_addition_words = 128;
 // Results of precision p hold at most this many words. Larger p mean all of it.
 constexpr u64 kept_words(u64 p) noexcept {
     constexpr u64 all = u64{1} << 62;

@@ -131,6 +131,16 @@ TEST(CppReal, OperationsKeepToTheirSizes) {
             check(Real::bytes_needed(reciprocal, n), buffer(kv::reciprocal(a)), "reciprocal");
             check(Real::bytes_needed(inv_sqrt, n), buffer(Real::inv_sqrt(7, n)), "inverse square root");
             check(Real::bytes_needed(sqrt, n), buffer(kv::sqrt(a)), "square root");
+            check(Real::bytes_needed(power, n), buffer(pow(b, 11)), "power");
+            check(Real::bytes_needed(power, n), buffer(pow(b, -5)), "power to a negative exponent");
+            const auto exponent = static_cast<std::int64_t>(50 * n);
+            check(Real::bytes_needed(power_of_word, n), buffer(Real::pow(3, exponent, n)), "power of a word");
+            check(Real::bytes_needed(power_of_word, n), buffer(Real::pow(3, -exponent, n)), "its inverse");
+            check(Real::bytes_needed(multiply_word, n), buffer(Real(b).scale(7)), "shift");
+            check(Real::bytes_needed(multiply_word, n), buffer(Real(b).multiply_word(UINT64_MAX)), "times a word");
+            const std::string digits(19 * n, '7');
+            check(Real::bytes_needed(from_decimal, 19 * n), buffer(Real(digits, Real::words_for_digits(19 * n))),
+                  "number from text");
             check(Real::bytes_needed(to_decimal, 19 * n), a.to_string(19 * n).size(), "decimal text");
             check(Real::bytes_needed(to_hex, 16 * n), a.to_hex(16 * n).view().size(), "hexadecimal text");
         }

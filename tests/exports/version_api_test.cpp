@@ -21,6 +21,9 @@ TEST(VersionApi, TheReportHasOneItemALine) {
     const std::string text = console.take();
     for (const char* line : {
              "\nData Alignment:\t32\n",
+             "\nModules:\n    Parallel Frameworks\tnone, spawn, cppasync, winpool, cilk\n    Word Kernels\tscalar, "
+             "adx\n"
+             "    Vector Kernels\tscalar, avx2, avx512, avx512ifma\n",
              "\nMULv2:\n    c32i_sqr: Basecase - Karatsuba\t22 iwords\n    c32i_mul: Basecase - Karatsuba\t12 "
              "iwords\n"
              "    c64i_sqr: Basecase - Karatsuba\t19 iwords\n    c64i_mul: Basecase - Karatsuba\t18 iwords\n",

@@ -118,28 +118,34 @@ void print_json(const Summary& s) {
 
 }  // namespace
 
-// The last step of a splitting holds three numbers of either side and two products, the arena that of two products
-// with a common factor; the text its characters, the number and the arena of the conversion. The two fifths on top are
-// what the allocator keeps between the sizes of many numbers.
-std::uint64_t memory_foreseen(const ComputeRequest& request) {
+// The largest of: the sums, with the number that a formula of several keeps meanwhile; a division or a square root by
+// Newton's iteration, which hold ten numbers and the arena of a product at most; the text with its number. On top, what
+// the allocator keeps of small blocks and the tables of the process.
+std::uint64_t memory_foreseen(const Constant& constant, const ComputeRequest& request) {
+    using enum kv::Real::Operation;
     const std::uint64_t p = precision_of(request), number = 8 * (p + 4), tasks = kv::Context::current().tasks();
     const std::uint64_t kept = request.verify ? number : 0;
-    std::uint64_t shared;
-    kv::detail::check(mul_iPsize_c64(&shared, 2 * (p + 2), tasks));
-    const std::uint64_t series = 8 * number + shared;
-    const std::uint64_t division = 3 * number + kv::Real::bytes_needed(kv::Real::Operation::divide, p).total();
+    std::uint64_t sums = 0;
+    auto add_sums = [&](const Formula& formula) {
+        for (const Series& series : formula.sums) {
+            const std::uint64_t terms = terms_needed(series, decimal_digits(request));
+            const std::uint64_t before = formula.sums.size() > 1 ? number : 0;
+            sums = std::max(sums, before + sum_bytes(series, terms, p, tasks));
+        }
+    };
+    add_sums(constant.first);
+    if (request.verify) add_sums(constant.second);
+    const std::uint64_t division = 3 * number + kv::Real::bytes_needed(divide, p).total();
+    const std::uint64_t newton = 4 * number + kv::Real::bytes_needed(kv::Real::Operation::sqrt, p).total();
     const std::uint64_t digits = request.digits + guard_digits + 10;
-    const std::uint64_t text =
-        number +
-        kv::Real::bytes_needed(request.hex ? kv::Real::Operation::to_hex : kv::Real::Operation::to_decimal, digits)
-            .total();
-    const std::uint64_t most = kept + std::max({series, division, text});
-    return most + 2 * most / 5 + (std::uint64_t{32} << 20) + (tasks << 20);
+    const std::uint64_t text = number + kv::Real::bytes_needed(request.hex ? to_hex : to_decimal, digits).total();
+    const std::uint64_t most = kept + std::max({sums, division, newton, text});
+    return most + most / 16 + (std::uint64_t{32} << 20) + (tasks * 4 << 20);
 }
 
 void compute(const Constant& constant, const ComputeRequest& request) {
     if (request.digits == 0) throw UserError("at least one digit");
-    const std::uint64_t foreseen = memory_foreseen(request);
+    const std::uint64_t foreseen = memory_foreseen(constant, request);
     if (request.memory_limit != 0 && foreseen > request.memory_limit)
         throw UserError(fmt::format("{} digits need {}, more than the limit of {}", request.digits,
                                     mebibytes(foreseen), mebibytes(request.memory_limit)));

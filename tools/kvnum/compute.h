@@ -15,8 +15,8 @@ struct ComputeRequest {
     bool hex = false, verify = false, quiet = false, json = false;
 };
 
-// Bytes that the computation of so many digits may need at most, under the current Context.
-std::uint64_t memory_foreseen(const ComputeRequest& request);
+// Bytes that the computation may need at most, under the current Context.
+std::uint64_t memory_foreseen(const Constant& constant, const ComputeRequest& request);
 
 void compute(const Constant& constant, const ComputeRequest& request);
 

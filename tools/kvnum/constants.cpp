@@ -11,13 +11,14 @@ using kv::Real;
 
 constexpr double series_weight = 30;
 
-Series chudnovsky_series() {
-    return {{1, {{6, -5}, {2, -1}, {6, -1}}, true}, {10'939'058'860'032'000, {{1, 0, 3}}}, {13'591'409, 545'140'134}};
-}
+const Series chudnovsky_series{
+    {1, {{6, -5}, {2, -1}, {6, -1}}, true}, {10'939'058'860'032'000, {{1, 0, 3}}}, {13'591'409, 545'140'134}};
+const Series ramanujan_series{{1, {{4, -3}, {2, -1}, {4, -1}}}, {3'073'907'232, {{1, 0, 3}}}, {1'103, 26'390}};
+const Series gamma_series{{1, {{6, -5}, {2, -1}, {6, -1}}}, {11'979, {{1, 0, 3}}}, {1}};
 
 // D. and G. Chudnovsky, 1988: pi = 426880 sqrt(10005) / S.
 Real chudnovsky(Workshop& shop) {
-    Fraction s = shop.sum(chudnovsky_series());
+    Fraction s = shop.sum(chudnovsky_series);
     Real out = shop.quotient(std::move(s.denominator), s.numerator);
     s.numerator = Real();
     out *= shop.inv_sqrt(10'005);
@@ -26,7 +27,7 @@ Real chudnovsky(Workshop& shop) {
 
 // S. Ramanujan, 1914: pi = 9801 / (2 sqrt(2) S).
 Real ramanujan(Workshop& shop) {
-    Fraction s = shop.sum({{1, {{4, -3}, {2, -1}, {4, -1}}}, {3'073'907'232, {{1, 0, 3}}}, {1'103, 26'390}});
+    Fraction s = shop.sum(ramanujan_series);
     Real out = shop.quotient(std::move(s.denominator), s.numerator);
     out *= shop.inv_sqrt(2);
     return std::move(out.multiply_word(9'801).scale(-1));
@@ -37,27 +38,35 @@ struct Atanh {
     std::int64_t c;
     std::uint64_t x;
 };
+Series atanh_series(std::uint64_t x) { return {{1, {{2, -1}}}, {x * x, {{2, 1}}}, {1}}; }
 Formula machin_like(const char* name, std::vector<Atanh> terms) {
-    return {name, static_cast<double>(terms.size()) * 12, [terms](Workshop& shop) {
+    std::vector<Series> sums;
+    for (const Atanh& term : terms) sums.push_back(atanh_series(term.x));
+    return {name, static_cast<double>(terms.size()) * 12,
+            [terms](Workshop& shop) {
                 Real out(0, shop.precision);
                 for (const auto& [c, x] : terms) {
-                    Fraction s = shop.sum({{1, {{2, -1}}}, {x * x, {{2, 1}}}, {1}});
+                    Fraction s = shop.sum(atanh_series(x));
                     s.numerator.multiply_word(kv::detail::magnitude(c));
                     s.denominator.multiply_word(x);
                     const Real part = shop.quotient(std::move(s.numerator), s.denominator);
                     c < 0 ? out -= part : out += part;
                 }
                 return out;
-            }};
+            },
+            std::move(sums)};
 }
 
 // S / divisor
 Formula plain_series(const char* name, const Series& series, std::uint64_t divisor) {
-    return {name, series_weight + 4, [series, divisor](Workshop& shop) {
+    return {name,
+            series_weight + 4,
+            [series, divisor](Workshop& shop) {
                 Fraction s = shop.sum(series);
                 s.denominator.multiply_word(divisor);
                 return shop.quotient(std::move(s.numerator), s.denominator);
-            }};
+            },
+            {series}};
 }
 
 std::uint64_t integer_root(std::uint64_t x) {
@@ -97,7 +106,7 @@ Real gamma_by_mean(Workshop& shop) {
 // Gamma(1/4)^4 = 32 pi^3 S / sqrt(33), S = sum of (6k)! / ((3k)! k!^3 66^(3k)): the period of the elliptic curve with
 // multiplication by 2i, of invariant 66^3.
 Real gamma_by_series(Workshop& shop) {
-    Fraction s = shop.sum({{1, {{6, -5}, {2, -1}, {6, -1}}}, {11'979, {{1, 0, 3}}}, {1}});
+    Fraction s = shop.sum(gamma_series);
     Real value = shop.quotient(std::move(s.numerator), s.denominator);
     s = Fraction();
     value *= shop.inv_sqrt(33);
@@ -130,7 +139,9 @@ Real Workshop::inv_sqrt(std::uint64_t x) {
 }
 
 Constant pi() {
-    return {"pi", {"Chudnovsky", series_weight + 6, chudnovsky}, {"Ramanujan", series_weight + 6, ramanujan}};
+    return {"pi",
+            {"Chudnovsky", series_weight + 6, chudnovsky, {chudnovsky_series}},
+            {"Ramanujan", series_weight + 6, ramanujan, {ramanujan_series}}};
 }
 
 Constant e() {
@@ -139,10 +150,13 @@ Constant e() {
     alternating.p.negative = true;
     return {"e",
             plain_series("the sum of 1/k!", exponential, 1),
-            {"one over the sum of (-1)^k/k!", series_weight + 4, [alternating](Workshop& shop) {
+            {"one over the sum of (-1)^k/k!",
+             series_weight + 4,
+             [alternating](Workshop& shop) {
                  Fraction s = shop.sum(alternating);
                  return shop.quotient(std::move(s.denominator), s.numerator);
-             }}};
+             },
+             {alternating}}};
 }
 
 Constant log_of(std::uint64_t x) {
@@ -193,8 +207,11 @@ Constant catalan() {
 
 Constant gamma_quarter() {
     return {"gamma14",
-            {"the period of a curve of invariant 66^3", 2 * series_weight + 40, gamma_by_series},
-            {"the arithmetic-geometric mean", series_weight + 250, gamma_by_mean}};
+            {"the period of a curve of invariant 66^3",
+             2 * series_weight + 40,
+             gamma_by_series,
+             {gamma_series, chudnovsky_series}},
+            {"the arithmetic-geometric mean", series_weight + 250, gamma_by_mean, {chudnovsky_series}}};
 }
 
 }  // namespace program

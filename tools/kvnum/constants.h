@@ -23,11 +23,13 @@ struct Workshop {
     kv::Real inv_sqrt(std::uint64_t x);
 };
 
-// weight: roughly what it takes, in products of full length; for the progress bar
+//   weight   roughly what it takes, in products of full length; for the progress bar
+//   sums     the series that it sums, for the memory that it takes
 struct Formula {
     std::string name;
     double weight;
     std::function<kv::Real(Workshop&)> evaluate;
+    std::vector<Series> sums = {};
 };
 
 struct Constant {

@@ -136,7 +136,9 @@ class Reader {
 
 Formula formula_from_file(const std::string& file) {
     const Description d = Reader(file).read();
-    return {file, 40, [d](Workshop& shop) {
+    return {file,
+            40,
+            [d](Workshop& shop) {
                 Fraction s = shop.sum(d.series);
                 kv::Real &above = d.invert ? s.denominator : s.numerator,
                          &below = d.invert ? s.numerator : s.denominator;
@@ -147,7 +149,8 @@ Formula formula_from_file(const std::string& file) {
                 out.multiply_word(d.scale);
                 if (d.root != 1) out *= shop.inv_sqrt(d.root);
                 return out;
-            }};
+            },
+            {d.series}};
 }
 
 }  // namespace program

@@ -15,6 +15,7 @@
 #include "custom.h"
 #include "failure.h"
 #include "interrupt.h"
+#include "progress.h"
 #include "self_benchmark.h"
 
 namespace program {
@@ -165,6 +166,7 @@ class CommandLine {
 
 int main(int argc, char** argv) {
     kv::Context::quiet();
+    return_long_numbers();
     end_on_interrupt();
     auto fail = [](int status, const std::string& reason) {
         fmt::print(stderr, "kvnum: {}\n", reason);

@@ -11,6 +11,7 @@
 // After windows.h.
 #include <psapi.h>
 #else
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 #endif
@@ -115,6 +116,8 @@ std::uint64_t peak_memory_bytes() {
     return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) ? counters.PeakWorkingSetSize : 0;
 }
 
+void return_long_numbers() {}  // the system's heap does so
+
 #else
 
 bool is_terminal(std::FILE* stream) { return isatty(fileno(stream)) != 0; }
@@ -123,6 +126,8 @@ std::uint64_t peak_memory_bytes() {
     rusage usage;
     return getrusage(RUSAGE_SELF, &usage) == 0 ? static_cast<std::uint64_t>(usage.ru_maxrss) * 1024 : 0;
 }
+
+void return_long_numbers() { mallopt(M_MMAP_THRESHOLD, 1 << 20); }
 
 #endif
 

@@ -62,5 +62,8 @@ class Progress {
 bool is_terminal(std::FILE* stream);
 // Most memory that the process has held so far.
 std::uint64_t peak_memory_bytes();
+// Long numbers come from the system and go back to it when they end, in place of leaving gaps that the next longer
+// ones do not fit into. To be called before the first of them.
+void return_long_numbers();
 
 }  // namespace program

@@ -17,6 +17,7 @@ struct Part {
 };
 
 constexpr std::uint64_t leaf_terms = 32;
+constexpr std::uint64_t least_parallel_terms = 8 * leaf_terms;
 constexpr std::uint64_t most_leaf_words = 2048;
 
 // The words of p(k), q(k) or a(k): factors gathered as long as they fit in one.
@@ -91,7 +92,7 @@ class Splitting {
         const std::uint64_t middle = begin + (end - begin) / 2;
         Part left, right;
         kv::Context& context = kv::Context::current();
-        if (end - begin < 8 * leaf_terms) {
+        if (end - begin < least_parallel_terms) {
             left = run(begin, middle, true);
             right = run(middle, end, need_p);
         } else {
@@ -182,7 +183,60 @@ double digits_after(const Series& series, double n) {
     return log10_of(series.q, n) - log10_of(series.p, n) - std::log10(std::max(a, 1.0));
 }
 
+// What a Splitting holds at most while it sums a range; follows its steps with the sizes of the numbers alone.
+class Forecast {
+  public:
+    Forecast(const Series& series, std::uint64_t precision) : series_(series), precision_(precision) {}
+
+    std::uint64_t bytes(double begin, double end, std::uint64_t tasks) const {
+        if (end - begin <= leaf_terms) return 0;
+        const double middle = begin + std::floor((end - begin) / 2);
+        const Sizes left = sizes(begin, middle), right = sizes(middle, end), whole = sizes(begin, end);
+        // The right half's terms are the longer ones.
+        const bool parallel = tasks > 1 && end - begin >= least_parallel_terms;
+        const std::uint64_t halves = parallel
+                                         ? bytes(begin, middle, tasks - tasks / 2) + bytes(middle, end, tasks / 2)
+                                         : left.total() + bytes(middle, end, tasks);
+        // First T1 Q2 and Q1 Q2, then T2 P1 and P2 P1, then their sum.
+        const std::uint64_t first = left.total() + right.total() + whole.T + whole.Q + arena(left.Q, right.Q, tasks);
+        const std::uint64_t second = left.P + right.P + right.T + 2 * whole.T + whole.Q + whole.P +
+                                     arena(left.P, std::max(right.P, right.T), tasks);
+        const std::uint64_t third = 3 * whole.T + whole.Q + whole.P + arena(left.Q, right.Q, tasks);
+        return std::max({halves, first, second, third});
+    }
+
+  private:
+    struct Sizes {  // bytes
+        std::uint64_t P, Q, T;
+        std::uint64_t total() const { return P + Q + T; }
+    };
+    Sizes sizes(double begin, double end) const {
+        auto bits = [&](const Product& product) {
+            return (log10_of(product, end) - log10_of(product, begin)) * std::log2(10.0);
+        };
+        double a = 1;
+        for (std::size_t i = series_.a.size(); i-- != 0;) a = a * end + static_cast<double>(series_.a[i]);
+        const double p = bits(series_.p), q = bits(series_.q);
+        return {number(p), number(q), number(std::max(p, q) + std::log2(a) + std::log2(end))};
+    }
+    std::uint64_t number(double bits) const {
+        return 8 * (std::min(static_cast<std::uint64_t>(bits / 64) + 2, precision_ + 2) + 2);
+    }
+    static std::uint64_t arena(std::uint64_t a, std::uint64_t b, std::uint64_t tasks) {
+        std::uint64_t bytes;
+        kv::detail::check(mul_iPsize_c64(&bytes, (a + b) / 8, tasks));
+        return bytes;
+    }
+
+    const Series& series_;
+    const std::uint64_t precision_;
+};
+
 }  // namespace
+
+std::uint64_t sum_bytes(const Series& series, std::uint64_t terms, std::uint64_t precision, std::uint64_t tasks) {
+    return Forecast(series, precision).bytes(0, static_cast<double>(terms), tasks);
+}
 
 std::uint64_t terms_needed(const Series& series, double digits) {
     // Room for the rest of the series: a geometric tail of terms that shrink slowly.

@@ -41,4 +41,7 @@ Fraction sum_series(const Series& series, std::uint64_t terms, std::uint64_t pre
                     std::atomic<std::uint64_t>& done);
 std::uint64_t work_units(std::uint64_t terms);
 
+// Bytes that summing takes at most: the numbers and arenas of all ranges that are open at once.
+std::uint64_t sum_bytes(const Series& series, std::uint64_t terms, std::uint64_t precision, std::uint64_t tasks);
+
 }  // namespace program

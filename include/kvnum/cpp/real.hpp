@@ -13,7 +13,22 @@ namespace kv {
 // Context::current(); errors are thrown as kv::Error.
 class Real : public detail::Owner<BigFloat_c64> {
   public:
-    enum class Operation { add, multiply, divide, reciprocal, sqrt, inv_sqrt, to_decimal, to_hex };
+    // What bytes_needed() is asked of. inv_sqrt and power_of_word are those of a word, power is that of a Real;
+    // multiply_word stands for scale() too.
+    enum class Operation {
+        add,
+        multiply,
+        multiply_word,
+        divide,
+        reciprocal,
+        sqrt,
+        inv_sqrt,
+        power,
+        power_of_word,
+        to_decimal,
+        to_hex,
+        from_decimal
+    };
 
     // The precision that holds so many decimal digits, with a word to spare.
     static std::uint64_t words_for_digits(std::uint64_t digits) {
@@ -129,7 +144,8 @@ class Real : public detail::Owner<BigFloat_c64> {
     friend std::pair<Real, Real> products_with(const Real& a, const Real& b, const Real& c);
 
     // Memory that the operation takes beyond its operands, for numbers of that many words of precision, or digits
-    // where a text is written, at the current Context's number of tasks.
+    // where a text is written, at the current Context's number of tasks. from_decimal: n characters, read to as many
+    // words of precision as they fill.
     static Bytes bytes_needed(Operation operation, std::uint64_t n);
 
   private:
@@ -195,7 +211,12 @@ struct RealOperations {
         detail::check(BigFloat_c64_to_string_dec_sizes(buffer_bytes, &need.bytes, digits, tasks()));
         return need;
     }
-    // Powers: two products' worth of p + 2 words in the square root by Newton's iteration.
+    static Need read_need(std::uint64_t chars, std::uint64_t p, std::uint64_t* out_words) {
+        Need need;
+        detail::check(BigFloat_c64_set_string_dec_sizes(out_words, &need.bytes, chars, p, tasks()));
+        need.table_bits = 64 * (2 * std::max(*out_words, Real::words_for_digits(chars)) + 32);
+        return need;
+    }
     static Need full_product_need(std::uint64_t p) { return product_need(p + 2, p + 2, p); }
 
     static Real product(const Real& a, const Real& b) {
@@ -302,11 +323,8 @@ struct RealOperations {
     }
 
     static Real read(std::string_view text, std::uint64_t p) {
-        Need need;
         std::uint64_t words;
-        detail::check(BigFloat_c64_set_string_dec_sizes(&words, &need.bytes, text.size(), p, tasks()));
-        need.table_bits = 64 * (2 * std::max(words, Real::words_for_digits(text.size())) + 32);
-        const auto scratch = Context::current().prepare(need);
+        const auto scratch = Context::current().prepare(read_need(text.size(), p, &words));
         Real out(Real::Capacity{words, p});
         detail::check(BigFloat_c64_set_string_dec(&scratch.params, out.get(), text.data(), text.size(), p));
         return std::move(out.trim());
@@ -339,9 +357,17 @@ struct RealOperations {
         switch (operation) {
             case add: return {8 * (n + 3), 0};
             case multiply: return {8 * (n + 2), full_product_need(n).arena_bytes()};
+            case multiply_word: return {8 * (n + 3), 0};
             case divide: need = newton_need<BigFloatR_c64_div_sizes>(n, &out); break;
             case reciprocal: need = newton_need<BigFloatR_c64_rcp_sizes>(n, &out); break;
             case inv_sqrt: need = newton_need<BigFloatR_c64_invsqrt_uW_sizes>(n, &out); break;
+            // The power so far and the next one; the reciprocal of a power to a negative exponent.
+            case power:
+                need = newton_need<BigFloatR_c64_rcp_sizes>(n, &out);
+                return {8 * (n + 2 + std::max(n + 2, out)),
+                        std::max(need.arena_bytes(), full_product_need(n).arena_bytes())};
+            case power_of_word: need = newton_need<BigFloatR_c64_pow_uW_sL_sizes>(n, &out); break;
+            case from_decimal: need = read_need(n, Real::words_for_digits(n), &out); break;
             // y, a copy of x, 1 - x y^2 and two products.
             case sqrt: return {8 * 6 * (n + 4), full_product_need(n + 1).arena_bytes()};
             case to_decimal: need = decimal_need(n, &out); return {out, need.arena_bytes()};
