@@ -33,6 +33,7 @@ struct Points {
     u64 n_bytes, first;  // the group's first column, in bytes
     u64 pitch;           // from row to row, in bytes
     unsigned log;
+    u64 ahead;  // in bytes: what is asked for while a vector is read
     Cutter cut;
 
     AI V get(u64 i, const Constants& c) const {
@@ -41,9 +42,8 @@ struct Points {
         if (at + 128 <= n_bytes) {
             a = _mm512_loadu_si512(bytes + at);
             b = _mm512_loadu_si512(bytes + at + 64);
-            const u8* const next = bytes + at + (cut.step << log);  // of the next group
-            prefetch(next);
-            if (limbs == 3) prefetch(next + 64);
+            prefetch(bytes + at + ahead);
+            if (limbs == 3) prefetch(bytes + at + ahead + 64);
         } else if (at < n_bytes) {
             const u64 present = n_bytes - at;
             a = _mm512_maskz_loadu_epi8(first_bytes(present), bytes + at);

@@ -12,6 +12,12 @@ AI V bits_at(const V* limb, unsigned bit) {
     return x;
 }
 
+// p - x f / R, in (0, 2p). It need not be smaller: the quotient takes a product of the primes more out of the sum.
+AI V scaled_residue(V x, const Factor& f, V p) {
+    const V m = low(zero(), x, f.w1);
+    return sub64(high(p, m, p), high(zero(), x, f.w));
+}
+
 template <unsigned primes>
 void join_points(const Joiner& joiner, const u32* const* residues, u64 n, u8* low_out, u8* middle_out, u8* high_out) {
     constexpr unsigned cofactor_limbs = (31 * (primes - 1) + 51) / 52, limbs = (31 * primes + 51) / 52;
@@ -29,44 +35,52 @@ void join_points(const Joiner& joiner, const u32* const* residues, u64 n, u8* lo
     constexpr unsigned bias_limb = (31 * primes - 1) / 52;
     const V bias = set64(joiner.centred ? u64{1} << ((31 * primes - 1) % 52) : 0);
     const V mask = set64(low52), offset = set64(u64{1} << (joiner.centred ? 29 : 25));
-    for (u64 k = 0; k < n; k += lanes) {
-        V sum[limbs + 1], quotient = offset;
+    u8* const out[3] = {low_out, middle_out, high_out};
+    // Two vectors at a time, which share what is loaded for a prime.
+    for (u64 k = 0; k < n; k += 2 * lanes) {
+        V sum[2][limbs + 1], quotient[2] = {offset, offset};
 #pragma GCC unroll 8
-        for (unsigned j = 0; j <= limbs; ++j) sum[j] = j == bias_limb ? bias : zero();
+        for (unsigned j = 0; j <= limbs; ++j) sum[0][j] = sum[1][j] = j == bias_limb ? bias : zero();
 #pragma GCC unroll 9
         for (unsigned i = 0; i < primes; ++i) {
-            const V p = set64(joiner.p[i]);
-            const V m = low(zero(), load(residues[i] + k), scale[i].w1);
-            V x = sub64(high(zero(), m, p), high(zero(), load(residues[i] + k), scale[i].w));
-            x = _mm512_min_epu64(x, add64(x, p));  // [0, p)
-            quotient = high(quotient, x, set64(joiner.quotient52[i]));
+            V x[2];
+#pragma GCC unroll 2
+            for (unsigned s = 0; s < 2; ++s) {
+                x[s] = scaled_residue(load(residues[i] + k + s * lanes), scale[i], set64(joiner.p[i]));
+                quotient[s] = high(quotient[s], x[s], set64(joiner.quotient52[i]));
+            }
 #pragma GCC unroll 6
             for (unsigned j = 0; j < cofactor_limbs; ++j) {
                 const V cofactor = set64(joiner.cofactor52[i][j]);
-                sum[j] = low(sum[j], x, cofactor);
-                sum[j + 1] = high(sum[j + 1], x, cofactor);
+#pragma GCC unroll 2
+                for (unsigned s = 0; s < 2; ++s) {
+                    sum[s][j] = low(sum[s][j], x[s], cofactor);
+                    sum[s][j + 1] = high(sum[s][j + 1], x[s], cofactor);
+                }
             }
         }
-        quotient = _mm512_srli_epi64(quotient, 30);
+#pragma GCC unroll 2
+        for (unsigned s = 0; s < 2; ++s) {
+            const V times = _mm512_srli_epi64(quotient[s], 30);
 #pragma GCC unroll 6
-        for (unsigned j = 0; j < limbs; ++j) {
-            const V minus = set64(joiner.minus_product52[j]);
-            sum[j] = low(sum[j], quotient, minus);
-            if (j + 1 < limbs) sum[j + 1] = high(sum[j + 1], quotient, minus);
-        }
+            for (unsigned j = 0; j < limbs; ++j) {
+                const V minus = set64(joiner.minus_product52[j]);
+                sum[s][j] = low(sum[s][j], times, minus);
+                if (j + 1 < limbs) sum[s][j + 1] = high(sum[s][j + 1], times, minus);
+            }
 #pragma GCC unroll 6
-        for (unsigned j = 0; j < limbs; ++j) {
-            if (j + 1 < limbs) sum[j + 1] = add64(sum[j + 1], _mm512_srli_epi64(sum[j], 52));
-            sum[j] = _mm512_and_si512(sum[j], mask);
-        }
-        u8* const out[3] = {low_out, middle_out, high_out};
+            for (unsigned j = 0; j < limbs; ++j) {
+                if (j + 1 < limbs) sum[s][j + 1] = add64(sum[s][j + 1], _mm512_srli_epi64(sum[s][j], 52));
+                sum[s][j] = _mm512_and_si512(sum[s][j], mask);
+            }
 #pragma GCC unroll 3
-        for (unsigned digit = 0; digit < 3; ++digit) {
-            const V a = bits_at<limbs>(sum, digit * point_bits);
-            const V b = two_words && digit < 2 ? bits_at<limbs>(sum, digit * point_bits + 64) : zero();
-            _mm512_storeu_si512(out[digit] + k * point_bytes, _mm512_permutex2var_epi8(a, pack[0], b));
-            if (two_vectors)
-                _mm512_storeu_si512(out[digit] + k * point_bytes + 64, _mm512_permutex2var_epi8(a, pack[1], b));
+            for (unsigned digit = 0; digit < 3; ++digit) {
+                const V a = bits_at<limbs>(sum[s], digit * point_bits);
+                const V b = two_words && digit < 2 ? bits_at<limbs>(sum[s], digit * point_bits + 64) : zero();
+                u8* const to = out[digit] + (k + s * lanes) * point_bytes;
+                _mm512_storeu_si512(to, _mm512_permutex2var_epi8(a, pack[0], b));
+                if (two_vectors) _mm512_storeu_si512(to + 64, _mm512_permutex2var_epi8(a, pack[1], b));
+            }
         }
     }
 }

@@ -75,7 +75,8 @@ void run_block(const Prime& prime, const Shape& shape, u32* a, const Source& sou
 template <unsigned limbs>
 Points<limbs> points_at(const Shape& shape, Words words, u64 column, unsigned log) {
     const Cutter cut(shape.point_bytes());
-    return {words.bytes, words.n_bytes, column * cut.step, cut.step << shape.block_log, log, cut};
+    const u64 ahead = log < shape.block_log ? cut.step << log : 1024;  // the next group's, or a little further on
+    return {words.bytes, words.n_bytes, column * cut.step, cut.step << shape.block_log, log, ahead, cut};
 }
 
 template <Task task>
@@ -198,6 +199,7 @@ void split_columns(const Prime& prime, const Shape& shape, Words words, u32* row
     Points<limbs> points = points_at<limbs>(shape, words, begin, shape.column_log);
     if (shape.depth() == 0) {  // one group
         points.log = shape.block_log;
+        points.ahead = 1024;
         const u64 step = u64{1} << shape.block_log;
         const Columns to{rows + begin, shape.pitch, shape.block_log, false};
         return any_radix_pass<false>(points, step, to, step, end - begin, shape.radix, group.radix);
