@@ -121,7 +121,7 @@ class Call {
     }
     Shape shape_of(Operand a) const {
         Shape shape = layout_.shape;
-        shape.half_empty = shape.radix == 1 && 4 * a.n <= shape.points() / 2 * shape.point_bytes();
+        shape.half_empty = 4 * a.n <= shape.points() / 2 * shape.point_bytes();
         return shape;
     }
     u32* residues(unsigned i) const { return residues_ + i * layout_.prime_words; }

@@ -190,35 +190,42 @@ struct Radix {
     }
 };
 
-// n columns; the branches of the source and of the target lie `from_step` and `to_step` apart.
-template <unsigned radix, bool inverse, class Source, class Target>
+// n columns; the branches of the source and of the target lie `from_step` and `to_step` apart. half_empty: the points of
+// the upper half are zero and are not read where a whole branch of them is.
+template <unsigned radix, bool inverse, bool half_empty, class Source, class Target>
 [[gnu::noinline]] void radix_pass(const Source& from0, u64 from_step, const Target& to0, u64 to_step, u64 n,
                                   const Radix& r0) {
     const Radix r = r0;
     const Source from = from0;
     const Target to = to0;
     const Constants& c = r.ops.c;
-    for (u64 k = 0; k < n; k += lanes) {
-        V x[radix];
+    for (u64 k = 0; k < n; k += 2 * lanes) {
+        V x[2][radix];
+#pragma GCC unroll 2
+        for (unsigned s = 0; s < 2; ++s) {
 #pragma GCC unroll 8
-        for (unsigned y = 0; y < radix; ++y) x[y] = from.get(y * from_step + k, c);
-        if (r.negacyclic && !inverse) negate_odd<radix>(r.ops, x);
-        radix_butterfly<radix>(r.ops, r.f, x);
-        if (r.negacyclic && inverse) negate_odd<radix>(r.ops, x);
+            for (unsigned y = 0; y < radix; ++y) {
+                const bool empty = half_empty && y > radix / 2;
+                x[s][y] = empty ? zero() : from.get(y * from_step + k + s * lanes, c);
+            }
+            if (r.negacyclic && !inverse) negate_odd<radix>(r.ops, x[s]);
+            radix_butterfly<radix>(r.ops, r.f, x[s]);
+            if (r.negacyclic && inverse) negate_odd<radix>(r.ops, x[s]);
+        }
 #pragma GCC unroll 8
         for (unsigned y = 0; y < radix; ++y) {
-            if constexpr (std::is_same_v<Target, Lanes>) x[y] = reduce(x[y], c);
-            to.template put<false>(y * to_step + k, x[y], c);
+            if constexpr (std::is_same_v<Target, Lanes>) x[0][y] = reduce(x[0][y], c), x[1][y] = reduce(x[1][y], c);
+            to.template put_two<false>(y * to_step + k, x[0][y], x[1][y], c);
         }
     }
 }
-template <bool inverse, class Source, class Target>
+template <bool inverse, bool half_empty = false, class Source, class Target>
 void any_radix_pass(const Source& from, u64 from_step, const Target& to, u64 to_step, u64 n, unsigned radix,
                     const Radix& r) {
     switch (radix) {
-        case 3: return radix_pass<3, inverse>(from, from_step, to, to_step, n, r);
-        case 5: return radix_pass<5, inverse>(from, from_step, to, to_step, n, r);
-        case 7: return radix_pass<7, inverse>(from, from_step, to, to_step, n, r);
+        case 3: return radix_pass<3, inverse, half_empty>(from, from_step, to, to_step, n, r);
+        case 5: return radix_pass<5, inverse, half_empty>(from, from_step, to, to_step, n, r);
+        case 7: return radix_pass<7, inverse, half_empty>(from, from_step, to, to_step, n, r);
         default: return;
     }
 }

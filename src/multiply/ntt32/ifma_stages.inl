@@ -191,6 +191,13 @@ Columns columns_at(const Shape& shape, u32* rows, u64 column, unsigned branch) {
             shape.points() >= stream_words};
 }
 
+template <class Source, class Target>
+void split_radix(const Source& from, u64 from_step, const Target& to, u64 to_step, u64 n, const Shape& shape,
+                 const Radix& r) {
+    if (shape.half_empty) return any_radix_pass<false, true>(from, from_step, to, to_step, n, shape.radix, r);
+    any_radix_pass<false>(from, from_step, to, to_step, n, shape.radix, r);
+}
+
 template <unsigned limbs>
 void split_columns(const Prime& prime, const Shape& shape, Words words, u32* rows, u64 begin, u64 end,
                    void* scratch) {
@@ -202,7 +209,7 @@ void split_columns(const Prime& prime, const Shape& shape, Words words, u32* row
         points.ahead = 1024;
         const u64 step = u64{1} << shape.block_log;
         const Columns to{rows + begin, shape.pitch, shape.block_log, false};
-        return any_radix_pass<false>(points, step, to, step, end - begin, shape.radix, group.radix);
+        return split_radix(points, step, to, step, end - begin, shape, group.radix);
     }
     for (u64 column = begin; column < end; column += u64{1} << shape.column_log) {
         points.first = column * points.cut.step;
@@ -216,7 +223,7 @@ void split_columns(const Prime& prime, const Shape& shape, Words words, u32* row
             continue;
         }
         const Lanes here{group.lanes64};
-        any_radix_pass<false>(points, group.branch, here, group.branch, group.branch, shape.radix, group.radix);
+        split_radix(points, group.branch, here, group.branch, group.branch, shape, group.radix);
         for (unsigned i = 0; i < shape.radix; ++i) {
             u64* const at = group.lanes64 + i * group.branch;
             split_levels<false>(Lanes{at}, at, columns_at(shape, rows, column, i), shape.depth(), group.t[i], c);

@@ -25,7 +25,7 @@ struct Shape {
     unsigned block_log;   // points of a row; at least 9
     unsigned column_log;  // columns that the top stage handles at once; at least 4
     bool negacyclic;
-    bool half_empty;      // of the operand to be split, radix 1: the upper half of the points is zero
+    bool half_empty;      // of the operand to be split: the upper half of the points is zero
     std::uint64_t pitch;  // distance of rows, in 32-bit words
 
     // Inlined even without optimisation: files for one instruction set must not define them.

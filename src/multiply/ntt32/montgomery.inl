@@ -558,10 +558,11 @@ void top_forward(const Prime& prime, const Shape& shape, Words words, u32* rows,
     u32* const group = memory;
     const u64 columns = u64{1} << shape.column_log, branch = columns << shape.depth();
     memory += branch * shape.radix;
+    const bool half_empty = shape.half_empty && shape.radix == 1;
     Levels t[7];
     top_levels(prime, shape, false, memory, t);
     for (u64 column = begin; column < end; column += columns) {
-        for (u64 row = 0; row < (shape.half_empty ? shape.rows() / 2 : shape.rows()); ++row) {
+        for (u64 row = 0; row < (half_empty ? shape.rows() / 2 : shape.rows()); ++row) {
             cut_some(words, ((row << shape.block_log) + column) * step, step, columns, group + row * columns, c);
         }
         if (shape.depth() == 0) {
@@ -570,8 +571,8 @@ void top_forward(const Prime& prime, const Shape& shape, Words words, u32* rows,
         }
         any_radix_pass<false>(group, branch, group, branch, branch, prime, shape);
         for (unsigned i = 0; i < shape.radix; ++i) {
-            split_tree(group + i * branch, shape.depth() + shape.column_log, shape.column_log, shape.half_empty, 0, 0,
-                       t[i], c);
+            split_tree(group + i * branch, shape.depth() + shape.column_log, shape.column_log, half_empty, 0, 0, t[i],
+                       c);
         }
         for (u64 row = 0; row < shape.rows(); ++row) {
             __builtin_memcpy(rows + row * shape.pitch + column, group + row * columns, 4 * columns);
