@@ -260,3 +260,10 @@ void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u
     }
     _mm_sfence();
 }
+
+consteval KernelTable table_of(const char* name) {
+    return {name,          r_bits,         {0, 0, 0, 2, 2, 1, 1, 2, 2, 2},
+            top_forward,   top_inverse,    block_forward,
+            block_inverse, block_multiply, block_product,
+            join,          add_streams};
+}

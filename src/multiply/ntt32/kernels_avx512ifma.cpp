@@ -24,9 +24,6 @@ using u64 = std::uint64_t;
 // clang-format on
 }  // namespace
 
-constinit const KernelTable ntt32_avx512ifma{"avx512ifma",  r_bits,         {0, 0, 0, 2, 2, 1, 1, 2, 2, 2},
-                                             top_forward,   top_inverse,    block_forward,
-                                             block_inverse, block_multiply, block_product,
-                                             join,          add_streams};
+constinit const KernelTable ntt32_avx512ifma = table_of("avx512ifma");
 
 }  // namespace kvt::multiply::ntt32

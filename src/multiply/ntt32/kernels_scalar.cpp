@@ -16,12 +16,13 @@ using u64 = std::uint64_t;
 #include "multiply/ntt32/roots.inl"
 #include "multiply/ntt32/vec_scalar.inl"
 #include "multiply/ntt32/montgomery.inl"
+#include "multiply/ntt32/montgomery_passes.inl"
+#include "multiply/ntt32/montgomery_leaves.inl"
+#include "multiply/ntt32/montgomery_ends.inl"
+#include "multiply/ntt32/montgomery_stages.inl"
 // clang-format on
 }  // namespace
 
-constinit const KernelTable ntt32_scalar{"scalar",      r_bits,         {0, 0, 0, 1, 2, 2, 3, 3, 4, 4},
-                                         top_forward,   top_inverse,    block_forward,
-                                         block_inverse, block_multiply, block_product,
-                                         join,          add_streams};
+constinit const KernelTable ntt32_scalar = table_of("scalar");
 
 }  // namespace kvt::multiply::ntt32
