@@ -22,7 +22,7 @@ inline constexpr EngineAlgorithm<W> ntt32_algorithm{"N32", "32-bit NTT", u64{3} 
 template <class W>
 inline constexpr EngineAlgorithm<W> ntt64_algorithm{"N64", "64-bit NTT", u64{7} << 59, ntt64_rung};
 
-// By the name that specifications use; null for any other name.
+// By the name in a list of thresholds; null for any other name.
 template <class W>
 constexpr const MultiplicationAlgorithm<W>* find_algorithm(std::string_view name) {
     if (name == "BKT") return &basecase_algorithm<W>;

@@ -5,7 +5,7 @@
 namespace kvt::multiply {
 namespace {
 
-constexpr ThresholdSpecification defaults[] = {
+constexpr ThresholdLimit defaults[] = {
     {"BKT", 3'712},
     {"FFT", 1'572'864},
     {"NTT32", 3'221'225'472},
@@ -13,9 +13,9 @@ constexpr ThresholdSpecification defaults[] = {
 };
 
 template <class W>
-constexpr ThresholdTable<W> build(std::span<const ThresholdSpecification> specification) {
+constexpr ThresholdTable<W> build(std::span<const ThresholdLimit> limits) {
     ThresholdTable<W> table;
-    for (const ThresholdSpecification& line : specification)
+    for (const ThresholdLimit& line : limits)
         table.append(line.limit_bits / word_bits<W>, find_algorithm<W>(line.name));
     return table;
 }
@@ -35,15 +35,15 @@ const ThresholdTable<u64>& threshold_table<u64>() noexcept {
     return table64;
 }
 
-std::span<const ThresholdSpecification> default_specification() noexcept { return defaults; }
+std::span<const ThresholdLimit> default_limits() noexcept { return defaults; }
 
 template <>
-void rebuild_threshold_table<u32>(std::span<const ThresholdSpecification> specification) {
-    table32 = build<u32>(specification);
+void rebuild_threshold_table<u32>(std::span<const ThresholdLimit> limits) {
+    table32 = build<u32>(limits);
 }
 template <>
-void rebuild_threshold_table<u64>(std::span<const ThresholdSpecification> specification) {
-    table64 = build<u64>(specification);
+void rebuild_threshold_table<u64>(std::span<const ThresholdLimit> limits) {
+    table64 = build<u64>(limits);
 }
 
 }  // namespace kvt::multiply

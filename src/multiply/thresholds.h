@@ -10,8 +10,8 @@
 
 namespace kvt::multiply {
 
-// One line of a specification: an algorithm and the longest product, in bits, that it is used for.
-struct ThresholdSpecification {
+// One line of the list that a table is built of: an algorithm and the longest product, in bits, that it is used for.
+struct ThresholdLimit {
     std::string_view name;  // "BKT", "FFT", "NTT32", "NTT64", matched exactly; any other is ignored
     u64 limit_bits;
 };
@@ -58,11 +58,11 @@ class ThresholdTable {
 template <class W>
 const ThresholdTable<W>& threshold_table() noexcept;
 
-std::span<const ThresholdSpecification> default_specification() noexcept;
+std::span<const ThresholdLimit> default_limits() noexcept;
 
-// For tests and tuning: builds the table in use afresh. A specification with an error changes nothing. Not to be
+// For tests and tuning: builds the table in use afresh. A list with an error changes nothing. Not to be
 // called while products run.
 template <class W>
-void rebuild_threshold_table(std::span<const ThresholdSpecification> specification);
+void rebuild_threshold_table(std::span<const ThresholdLimit> limits);
 
 }  // namespace kvt::multiply

@@ -55,7 +55,7 @@ TEST(Dispatch, DirectProductsAreExactInExactScratch) {
 
 // The basecase up to its own limit, which the default table does not reach.
 TEST(Dispatch, BasecaseIsExactUpToItsReach) {
-    constexpr ThresholdSpecification basecase_only[] = {{"BKT", 65'536}};
+    constexpr ThresholdLimit basecase_only[] = {{"BKT", 65'536}};
     rebuild_threshold_table<u32>(basecase_only);
     rebuild_threshold_table<u64>(basecase_only);
     Rng rng(72);
@@ -66,8 +66,8 @@ TEST(Dispatch, BasecaseIsExactUpToItsReach) {
         check_products<u32>(2 * LA - LA % 2, 2 * LB - LB % 2, rng);
         check_products<u64>(LA / 2 + 1, LA / 2 + 1, rng);
     }
-    rebuild_threshold_table<u32>(default_specification());
-    rebuild_threshold_table<u64>(default_specification());
+    rebuild_threshold_table<u32>(default_limits());
+    rebuild_threshold_table<u64>(default_limits());
 }
 
 template <class W>

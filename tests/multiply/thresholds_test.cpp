@@ -16,8 +16,8 @@ using test::CapturedConsole;
 // Puts the default table back when a test has rebuilt it.
 struct DefaultTables {
     ~DefaultTables() {
-        rebuild_threshold_table<u32>(default_specification());
-        rebuild_threshold_table<u64>(default_specification());
+        rebuild_threshold_table<u32>(default_limits());
+        rebuild_threshold_table<u64>(default_limits());
     }
 };
 
@@ -81,18 +81,18 @@ TEST(Thresholds, TheFirstLimitThatIsLargeEnoughDecides) {
     expect_selection<u64>(58);
 }
 
-TEST(Thresholds, MalformedSpecificationsRaiseAndChangeNothing) {
+TEST(Thresholds, MalformedListsRaiseAndChangeNothing) {
     const DefaultTables restore;
-    constexpr ThresholdSpecification equal[] = {{"BKT", 3712}, {"FFT", 3712}};
+    constexpr ThresholdLimit equal[] = {{"BKT", 3712}, {"FFT", 3712}};
     kv_exception error = caught([&] { rebuild_threshold_table<u64>(equal); });
     EXPECT_STREQ(error.what(), "Thresholds must be increasing.");
     EXPECT_STREQ(error.title, "Generic Exception");
     EXPECT_EQ(error.reaction, REACT_PRINT_THROW);
 
-    constexpr ThresholdSpecification beyond[] = {{"BKT", 65'536 + 64}};
+    constexpr ThresholdLimit beyond[] = {{"BKT", 65'536 + 64}};
     error = caught([&] { rebuild_threshold_table<u64>(beyond); });
     EXPECT_STREQ(error.what(), "Thresholds is larger than maximum size.");
-    constexpr ThresholdSpecification far_beyond[] = {{"NTT64", ~u64{0}}};
+    constexpr ThresholdLimit far_beyond[] = {{"NTT64", ~u64{0}}};
     error = caught([&] { rebuild_threshold_table<u32>(far_beyond); });
     EXPECT_STREQ(error.what(), "Thresholds is larger than maximum size.");
 
@@ -101,8 +101,8 @@ TEST(Thresholds, MalformedSpecificationsRaiseAndChangeNothing) {
 
 TEST(Thresholds, UnknownNamesAreIgnored) {
     const DefaultTables restore;
-    constexpr ThresholdSpecification specification[] = {{"bkt", 64}, {"BKT", 65'536}, {"NTT", 65'536}, {"", 1}};
-    rebuild_threshold_table<u64>(specification);
+    constexpr ThresholdLimit limits[] = {{"bkt", 64}, {"BKT", 65'536}, {"NTT", 65'536}, {"", 1}};
+    rebuild_threshold_table<u64>(limits);
     expect_limits<u64>({{"BKT", 1024}});
 }
 

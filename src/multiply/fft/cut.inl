@@ -57,6 +57,14 @@ struct CutWindow {
     }
 };
 
+// The caller's scratch need not be aligned to a double.
+inline void add_unaligned(double* at, double term) {
+    double value;
+    __builtin_memcpy(&value, at, sizeof value);
+    value += term;
+    __builtin_memcpy(at, &value, sizeof value);
+}
+
 template <int Radix, bool Real>
 [[gnu::noinline]] void cut_pass(const FftShape& shape, const FftSource& source, double* x, u64 begin, u64 end) {
     using Pass = CutPass<Radix, Real>;
@@ -100,8 +108,8 @@ template <int Radix, bool Real>
     if (begin == 0) {
         // Point 0 enters every block with factor 1.
         for (u64 k = 0; k < Radix; ++k) {
-            x[k * pass.stride] += source.first_re;
-            x[k * pass.stride + Vec::lanes] += source.first_im;
+            add_unaligned(x + k * pass.stride, source.first_re);
+            add_unaligned(x + k * pass.stride + Vec::lanes, source.first_im);
         }
     }
 }
