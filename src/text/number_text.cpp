@@ -54,8 +54,9 @@ class Cursor {
         i64 value = 0;
         const u64 first = i_;
         for (; !at_end() && text_[i_] >= '0' && text_[i_] <= '9'; ++i_) {
-            value = 10 * value + (text_[i_] - '0');
-            if (value > largest_exponent) fail();
+            const i64 digit = text_[i_] - '0';
+            if (value > (largest_exponent - digit) / 10) fail();
+            value = 10 * value + digit;
         }
         if (i_ == first) fail();
         return positive ? value : -value;

@@ -53,7 +53,7 @@ Layout<W> layout_of(u64 digits, u64 q) {
 
 template <class W>
 ReadSizes read_float_sizes(u64 chars, u64 p, u64 tasks) {
-    const u64 q = std::min(inverse::clamp_precision(p), decimal_words<W>(chars)) + guard_words<W>;
+    const u64 q = inverse::clamp_precision(p) + guard_words<W>;
     const u64 digits = used_digits<W>(chars, q);
     const u64 products =
         std::max(inverse::transform_bytes<W>(2 * q + 6, tasks), inverse::transform_bytes<W>(q + 9, tasks));
@@ -65,7 +65,7 @@ template <class W>
 void set_string_dec(const BasicParameters& params, BigFloat<W>& out, const char* text, u64 chars, u64 p) {
     const NumberText number = parse_number(text, chars, 10, dec_location);
     if (number.significant_digits() == 0) return objects::set_zero(out);
-    const u64 q = std::min(inverse::clamp_precision(p), decimal_words<W>(chars)) + guard_words<W>;
+    const u64 q = inverse::clamp_precision(p) + guard_words<W>;
     const u64 digits = used_digits<W>(number.significant_digits(), q);
     const Layout<W> layout = layout_of<W>(digits, q);
     require_capacity(out.buffer_size, q + 3, dec_location);

@@ -195,6 +195,41 @@ TYPED_TEST(DecimalText, FloatsReadBack) {
     EXPECT_EQ(read("-1.5 *10^ 42", 10), "-1.50000000000000000000000000000 *10^ 42");
     EXPECT_EQ(read("+7.25E-50", 10), "7.25000000000000000000000000000 *10^ -50");
     EXPECT_EQ(read("000.", 10), "0.");
+    EXPECT_EQ(read("0.1", 10), "0.100000000000000000000000000000");
+    EXPECT_EQ(read("1e-40", 10), "1.00000000000000000000000000000 *10^ -40");
+    EXPECT_EQ(read("0.999999999999999999999999999999999999999999", 10), "1.00000000000000000000000000000");
+    EXPECT_EQ(read("1234567890123456789012345678.99999999999", 10), "1234567890123456789012345679.00");
+}
+
+// A fraction of few digits has as many words as were asked for: |y * 10^k - digits| < unit of word p, times 10^k.
+TYPED_TEST(DecimalText, ShortFractionsAreReadToFullPrecision) {
+    using W = TypeParam;
+    for (u64 p : {0, 1, 2, 3, 20, 100, 1000}) {
+        for (u64 k : {1, 2, 30}) {
+            const std::string text = "." + std::string(k - 1, '0') + "7";
+            const ReadSizes sizes = read_float_sizes<W>(text.size(), p, 1);
+            const test::FencedBytes memory(sizes.scratch_bytes);
+            test::FencedWords<W> out(sizes.out_words);
+            objects::BigFloat<W> y{nullptr, 0, 0, true, out.data(), out.size()};
+            set_string_dec(parameters(memory, (2 * p + 100) * word_bits<W>), y, text.data(), text.size(), p);
+            ASSERT_LT(y.exp, 0);
+            mpz_t scale, error;
+            mpz_inits(scale, error, nullptr);
+            mpz_ui_pow_ui(scale, 10, k);
+            mpz_import(error, y.L, -1, sizeof(W), 0, 0, y.T);
+            mpz_mul(error, error, scale);
+            mpz_set_ui(this->value_, 7);
+            mpz_mul_2exp(this->value_, this->value_, static_cast<u64>(-y.exp) * word_bits<W>);
+            mpz_sub(error, error, this->value_);
+            // in units of word p: y.L - p words above the lowest
+            if (p < y.L)
+                mpz_mul_2exp(scale, scale, (y.L - p) * word_bits<W>);
+            else
+                mpz_tdiv_q_2exp(scale, scale, (p - y.L) * word_bits<W>);
+            EXPECT_LT(mpz_cmpabs(error, scale), 0) << "p " << p << " text " << text;
+            mpz_clears(scale, error, nullptr);
+        }
+    }
 }
 
 TYPED_TEST(DecimalText, BadTextIsRefusedByPosition) {
