@@ -101,8 +101,9 @@ void products(FuzzedDataProvider& in, const Float<W>& A, const Float<W>& B, uint
     const BasicParameters params = parameters(memory, tasks);
     const Exact x = cut<W>(exact(a), most), y = cut<W>(exact(b), most);
     const Exact want = cut<W>({x.significand * y.significand, x.exp + y.exp}, most);
-    // One word more than the result: the product of the cut operands may be a word shorter than its capacity.
-    const uint64_t words = std::min<uint64_t>(std::min<uint64_t>(a.L, p + 2) + std::min<uint64_t>(b.L, p + 2), p + 2);
+    const uint64_t most_words = p + 2;
+    uint64_t words = std::min(std::min(a.L, most_words) + std::min(b.L, most_words), most_words);
+    if (a.L == 0 || b.L == 0) words = 0;
     into_fresh<W>(in, words, want, [&](auto* out) {
         return square ? api::float_sqr(out, &params, &a, p) : api::float_mul(out, &params, &a, &b, p);
     });

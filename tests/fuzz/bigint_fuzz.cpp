@@ -143,7 +143,7 @@ void one_input(FuzzedDataProvider& in) {
         case 7: {
             if (in.ConsumeBool())
                 return in_place(A, A.value.L + 1, a * m, [&](auto* x) { return api::int_mul_word(x, word); });
-            return into_fresh<W>(in, A.value.L + 1, a * m,
+            return into_fresh<W>(in, A.value.L == 0 || word == 0 ? 0 : A.value.L + 1, a * m,
                                  [&](auto* out) { return api::int_set_mul_word(out, &A.value, word); });
         }
         case 8: {

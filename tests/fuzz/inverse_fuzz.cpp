@@ -69,7 +69,8 @@ void quotient(FuzzedDataProvider& in, Call<W>& call, uint64_t p) {
     expect_success(
         Api<W>::divide(&call.params, &call.out, &a, &b, p, call.scratch.data(), call.scratch_words, nullptr));
     // |q b - a| < 2 B^-p |a|; at precision 0 two words of each factor count, the top one of which may be 1
-    const int64_t bits = p == 0 ? word_bits<W> - 4 : static_cast<int64_t>(p) * word_bits<W> - 1;
+    const int64_t bits =
+        p == 0 ? std::min<int64_t>(word_bits<W> - 4, 50) : static_cast<int64_t>(p) * word_bits<W> - 1;
     const int64_t exp = call.out.exp + b.exp, low = std::min(exp, a.exp);
     const mpz_class product = scaled(significand(call.out) * significand(b), (low - exp) * word_bits<W>),
                     dividend = scaled(significand(a), (low - a.exp) * word_bits<W>);
