@@ -23,13 +23,8 @@ void set_uL(BigInt<W>& out, u64 x) noexcept {
         return;
     }
     out.T = out.buffer;
-    out.T[0] = static_cast<W>(x);
-    out.L = 1;
+    out.L = spread_words(out.T, x);
     out.sign = true;
-    if constexpr (sizeof(W) == 4) {
-        out.T[1] = static_cast<W>(x >> 32);
-        if (out.T[1] != 0) out.L = 2;
-    }
 }
 
 template <class W>

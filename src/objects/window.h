@@ -32,13 +32,28 @@ i64 part_end(const Span<W>& A, const Span<W>& B, i64 at, i64 top) noexcept {
     return end;
 }
 
-// Where the kernels would meet an operand shifted against the result, the operand is moved into its place first.
 template <class W>
 const W* in_place(W* C, const W* X, u64 n) noexcept {
     if (X == C || !overlap(C, n, X, n)) return X;
     copy_words(C, X, n);
     return C;
 }
+
+// The n words from position at on of both operands, moved into the result's place C where a kernel would meet them
+// shifted against it.
+template <class W>
+struct PlacedPair {
+    const W *X, *Y;
+
+    PlacedPair(W* C, const Span<W>& A, const Span<W>& B, i64 at, u64 n) noexcept : X(A.at(at)), Y(B.at(at)) {
+        const bool same = X == Y;
+        X = in_place(C, X, n);
+        if (same)
+            Y = X;
+        else if (X != C)
+            Y = in_place(C, Y, n);
+    }
+};
 
 // out[0 .. top - bottom) = the window's words of A + B; returns the carry.
 template <class W>
@@ -50,15 +65,8 @@ u32 add_window(W* out, const Span<W>& A, const Span<W>& B, i64 bottom, i64 top) 
         W* C = out + (at - bottom);
         const bool a = A.covers(at), b = B.covers(at);
         if (a && b) {
-            const W* X = A.at(at);
-            const W* Y = B.at(at);
-            const bool same = X == Y;
-            X = in_place(C, X, n);
-            if (same)
-                Y = X;
-            else if (X != C)
-                Y = in_place(C, Y, n);
-            carry = kernels::add_nr(C, X, Y, n, carry);
+            const PlacedPair<W> pair(C, A, B, at, n);
+            carry = kernels::add_nr(C, pair.X, pair.Y, n, carry);
         } else if (a || b) {
             copy_words(C, a ? A.at(at) : B.at(at), n);
             carry = kernels::add1_ir(C, n, carry);
@@ -82,26 +90,19 @@ u32 sub_window(W* out, const Span<W>& A, const Span<W>& B, i64 bottom, i64 top) 
         W* C = out + (at - bottom);
         const bool a = A.covers(at), b = B.covers(at);
         if (a && b) {
-            const W* X = A.at(at);
-            const W* Y = B.at(at);
-            const bool same = X == Y;
-            X = in_place(C, X, n);
-            if (same)
-                Y = X;
-            else if (X != C)
-                Y = in_place(C, Y, n);
-            borrow = kernels::sub_nr(C, X, Y, n, borrow);
+            const PlacedPair<W> pair(C, A, B, at, n);
+            borrow = kernels::sub_nr(C, pair.X, pair.Y, n, borrow);
         } else if (a) {
             copy_words(C, A.at(at), n);
             borrow = kernels::sub1_ir(C, n, borrow);
         } else if (b) {
             const W* Y = B.at(at);
             u64 i = 0;
-            if (borrow == 0)  // the lowest words that are zero stay zero, the first other one is negated
-                while (i < n && borrow == 0) {
-                    C[i] = static_cast<W>(0 - Y[i]);
-                    borrow = C[i++] != 0;
-                }
+            while (i < n &&
+                   borrow == 0) {  // the lowest words that are zero stay zero, the first other one is negated
+                C[i] = static_cast<W>(0 - Y[i]);
+                borrow = C[i++] != 0;
+            }
             for (; i < n; ++i) C[i] = static_cast<W>(~Y[i]);
         } else {
             std::fill_n(C, n, borrow != 0 ? static_cast<W>(~W{0}) : W{0});

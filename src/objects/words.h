@@ -21,6 +21,18 @@ void zero_words(W* out, u64 n) noexcept {
     if (n != 0) std::memset(out, 0, n * sizeof(W));
 }
 
+// x in words at out, one or (c32) two, both of them written; the length without a zero at the top. x is not zero.
+template <class W>
+u64 spread_words(W* out, u64 x) noexcept {
+    out[0] = static_cast<W>(x);
+    if constexpr (sizeof(W) == 8) {
+        return 1;
+    } else {
+        out[1] = static_cast<W>(x >> 32);
+        return 1 + (out[1] != 0);
+    }
+}
+
 // Length without the zero words at the top.
 template <class W>
 u64 trimmed_length(const W* T, u64 L) noexcept {

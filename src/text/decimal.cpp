@@ -7,6 +7,7 @@
 #include "text/decimal_core.h"
 #include "text/medium_integer.h"
 #include "text/radix.h"
+#include "text/radix_plan.h"
 
 namespace kvt::text {
 
@@ -94,6 +95,7 @@ char* write_directly(const BasicParameters& params, char* buffer, const BigInt<W
 
 template <class W>
 TextSizes integer_decimal_sizes(u64 L, u64 tasks) {
+    L = clamp_words<W>(L);
     return {integer_buffer_bytes<W>(L), decimal_core_bytes<W>(L, integer_digit_words<W>(L), tasks)};
 }
 

@@ -99,6 +99,8 @@ void write_characters(char* out, const W* digit_words, u64 n, u64 tasks) {
 
 template <class W>
 u64 decimal_core_bytes(u64 p, u64 n, u64 tasks) {
+    p = clamp_words<W>(p);
+    n = clamp_words<W>(n);
     RadixPlan<W> plan;
     plan_decimal(plan, n, tasks);
     const u64 products = inverse::transform_bytes<W>(2 * p + 6, tasks);

@@ -8,6 +8,8 @@
 //   the transform is no longer than the block. The upper half's digits are those of the block itself.
 //   Reading: the block is upper * r^s + lower.
 
+#include <algorithm>
+
 #include "frame/parameters.h"
 #include "multiply/engine.h"
 
@@ -74,6 +76,13 @@ struct RadixPlan {
 // long enough.
 template <class W>
 i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Direction direction);
+
+// Lengths in words are cut to what no algorithm covers any more, before arithmetic on them could overflow: the size
+// queries then find that out themselves.
+template <class W>
+constexpr u64 clamp_words(u64 words) noexcept {
+    return std::min(words, (u64{1} << 63) / word_bits<W>);
+}
 
 // Areas of scratch are multiples of this, so that every area of an aligned scratch starts aligned.
 constexpr u64 area_bytes(u64 bytes) noexcept {

@@ -25,7 +25,7 @@ constexpr u64 shortest_split_words = 48;
 
 template <class W>
 void plan_reading(RadixPlan<W>& plan, u64 digits, u64 tasks) {
-    const u64 n = (digits + Decimal<W>::digits - 1) / Decimal<W>::digits;
+    const u64 n = clamp_words<W>(digits / Decimal<W>::digits + (digits % Decimal<W>::digits != 0));
     const u64 useful = multiply::useful_tasks(tasks, n * word_bits<W>);
     const i32 code = make_radix_plan<W>(plan, Decimal<W>::base, n, useful, Direction::read);
     if (code != 0) raise_generic(code, location, nullptr);
