@@ -1,5 +1,5 @@
-// The largest distance of a coefficient from an integer, at every row, for operands that make it large. With
-// KVNUM_TEST_SCALE above 1: all rows to 2^22 points, at least 10^7 points a row, and a table on standard output.
+// The largest distance of a coefficient from an integer, at every row, for operands that make it large. In a soak all
+// rows to 2^22 points, at least 10^7 points a row, and a table on standard output.
 
 #include <bit>
 #include <cstdio>
@@ -66,7 +66,7 @@ double worst_error(const FftKernels& kernels, const FftParameters& row, const Gl
 }
 
 TEST(FftAccuracy, RoundingErrorsStayFarFromAHalf) {
-    const bool soak = rounds(1) > 1;
+    const bool soak = long_soak();
     const u64 last = row_of_points(u64{1} << (soak ? 22 : KVNUM_HAVE_GMP ? 15 : 11));
     const FftTable table(last);
     std::vector<const FftKernels*> sets{&fft_kernels_scalar};

@@ -54,32 +54,41 @@ TEST(FftEngine, ProductsAtEveryRow) {
 }
 
 #if KVNUM_HAVE_GMP
-// The longer a product, the fewer sets it is tried on by default.
-bool worth_trying(kernels::Levels level, u64 points) {
-    if (rounds(1) > 1) return true;
-    if (points > u64{1} << 19) return level.vector == kernels::supported_levels().vector;
-    if (points > u64{1} << 17) return level.vector != kernels::VectorLevel::scalar;
-    return true;
-}
-
+// Every row beyond, to 2^22 points and, in a soak, to 2^27: at its capacity, at one bit more than the row before
+// holds, and between; squares. The longer, the fewer sets and lengths a row is tried on.
 TEST(FftEngine, LongProducts) {
-    const u64 last = row_of_points(rounds(1) > 1 ? u64{1} << 27 : u64{1} << 22);
+    const bool soak = long_soak();
+    const u64 last = row_of_points(u64{1} << (soak ? 27 : 22));
     const FftTable table(last);
+    const std::vector<kernels::Levels> levels = all_levels();
+    std::vector<kernels::Levels> vector_levels = levels;  // what the longest are tried on
+    if (levels.size() > 1) vector_levels.erase(vector_levels.begin());
+    constexpr u64 task_counts[] = {1, 2, 3, 7};
     Rng rng(2);
     for (u64 row = last_short_row() + 1; row <= last; ++row) {
         const u64 points = fft_row(row).points;
-        for (const kernels::Levels level : all_levels()) {
-            if (!worth_trying(level, points)) continue;
+        const u64 full = fft_row(row).capacity_bits / 32, before = fft_row(row - 1).capacity_bits / 32;
+        const auto product = [&](kernels::Levels level, u64 total, Pattern pattern) {
             const LevelScope scope(level);
-            const u64 full = fft_row(row).capacity_bits / 32;
-            const u64 least = fft_row(row - 1).capacity_bits / 32 + 1;
-            expect_product(table, 32 * full, full / 2, full - full / 2, Pattern::all_ones, rng, 2);
-            if (points > u64{1} << 19 && rounds(1) <= 1) continue;
-            const Pattern pattern = hard_patterns[rng.below(std::size(hard_patterns))];
-            expect_product(table, 32 * least, least / 2, least - least / 2, pattern, rng);
-            expect_square(table, 32 * full, full / 2, Pattern::random, rng, 2);
-            if (HasFatalFailure()) return;
+            const u64 LA = rng.below(4) == 0 ? rng.between(1, total - 1) : total / 2;
+            expect_product(table, 32 * total, LA, total - LA, pattern, rng, task_counts[rng.below(4)]);
+        };
+        const auto any_pattern = [&] { return hard_patterns[rng.below(std::size(hard_patterns))]; };
+        // One set of kernels a case, each in turn, or all of them.
+        const bool all = points <= u64{1} << (soak ? 22 : 17);
+        const auto& candidates = points <= u64{1} << 22 ? levels : vector_levels;
+        for (u64 i = 0; i < (all ? levels.size() : 1); ++i) {
+            const auto level = [&](u64 turn) {
+                return all ? levels[i] : candidates[(row + turn) % candidates.size()];
+            };
+            product(level(0), full, row % 2 == 0 ? Pattern::random : Pattern::runs);
+            product(level(1), before + 1, any_pattern());
+            if (points > u64{1} << (soak ? 25 : 19)) continue;
+            product(level(2), rng.between(before + 1, full), any_pattern());
+            const LevelScope scope(level(0));
+            expect_square(table, 32 * full, full / 2, Pattern::random, rng, task_counts[rng.below(4)]);
         }
+        if (HasFatalFailure()) return;
     }
 }
 #endif

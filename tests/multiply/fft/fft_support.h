@@ -46,6 +46,15 @@ inline u64 row_of_points(u64 points) {
     return row;
 }
 
+// A soak run on a build that is fast, and has memory for the longest lengths.
+inline bool long_soak() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return false;
+#else
+    return KVNUM_HAVE_GMP && rounds(1) >= 10;
+#endif
+}
+
 using Words = std::vector<u32>;
 
 // Buffers of one product: fenced operands, scratch at a skew.
