@@ -90,24 +90,24 @@ struct Transform {
         });
     }
 
-    void cut(const FftSource& source, double* x) const {
+    // also(part) runs once in every part.
+    template <class Also>
+    void cut(const FftSource& source, double* x, Also&& also) const {
         if (!shape.split) {
-            divide(block_groups(), [&](u64 begin, u64 end, u64) { kernels.cut(shape, source, x, begin, end); });
-            return;
+            also(u64{0});
+            return kernels.cut(shape, source, x, 0, block_groups());
         }
         // What a split of the blocks brings together is cut by the same task.
         const u64 quarter = block_groups() / 4;
-        divide(quarter, [&](u64 begin, u64 end, u64) {
+        divide(quarter, [&](u64 begin, u64 end, u64 i) {
+            also(i);
             for (u64 k = 0; k < 4; ++k) kernels.cut(shape, source, x, k * quarter + begin, k * quarter + end);
             kernels.split(shape, x, begin, end);
         });
     }
 
     void last(double* x) const {
-        if (!shape.split) {
-            divide(block_groups(), [&](u64 begin, u64 end, u64) { kernels.last(shape, x, begin, end); });
-            return;
-        }
+        if (!shape.split) return kernels.last(shape, x, 0, block_groups());
         const u64 quarter = block_groups() / 4;
         divide(quarter, [&](u64 begin, u64 end, u64) {
             kernels.join(shape, x, begin, end);
@@ -116,12 +116,35 @@ struct Transform {
     }
 };
 
+// Residue of an array modulo 2^61 - 1, a share of it a part.
+class SharedResidue {
+  public:
+    SharedResidue(const Transform& t, const u8* bytes, u64 n) : bytes_(bytes), n_(n), parts_(t.parts) {}
+
+    void add_share(u64 part) {
+        const auto [begin, end] = Threads::share_of(n_, parts_, part);
+        const u64 residue = kernels::residue_of(bytes_ + 4 * begin, end - begin);
+        shares_[part] = kernels::residue_shift(residue, static_cast<i64>(32 * begin));
+    }
+    Residue sum() const {
+        u64 sum = shares_[0];
+        for (u64 i = 1; i < parts_; ++i) sum = kernels::residue_add(sum, shares_[i]);
+        return {sum};
+    }
+
+  private:
+    const u8* bytes_;
+    u64 n_, parts_;
+    u64 shares_[most_parts];
+};
+
 // ---- In
 
 // Short operands are copied between zeros, which is faster than watching their ends.
 constexpr u64 copy_bytes = 4096, copy_before = 16, copy_after = 48;
 
-void cut_operand(const Transform& t, Operand a, double* x) {
+// Returns the operand's residue if that is wanted.
+Residue cut_operand(const Transform& t, Operand a, double* x, bool check = true) {
     const FftShape& s = t.shape;
     const u64 bytes = 4 * a.n, bits = 8 * bytes;
     FftSource source{a.bytes, bytes, false, bits <= s.half * s.bits, 0, 0};
@@ -133,6 +156,10 @@ void cut_operand(const Transform& t, Operand a, double* x) {
         if (bits == 2 * s.half * s.bits) source.first_re = -1;
     }
 
+    SharedResidue residue(t, a.bytes, a.n);
+    const auto add_residue = [&](u64 part) {
+        if (check) residue.add_share(part);
+    };
     const u64 cut_bytes = (source.real ? s.half : 2 * s.half) / 8 * s.bits;
     if (copy_before + cut_bytes + copy_after <= copy_bytes) {
         alignas(64) u8 copy[copy_bytes];
@@ -141,10 +168,11 @@ void cut_operand(const Transform& t, Operand a, double* x) {
         std::memset(copy + copy_before + bytes, 0, cut_bytes - bytes + copy_after);
         source.bytes = copy + copy_before;
         source.padded = true;
-        t.cut(source, x);
+        t.cut(source, x, add_residue);
     } else {
-        t.cut(source, x);
+        t.cut(source, x, add_residue);
     }
+    return check ? residue.sum() : Residue{};
 }
 
 // ---- Out
@@ -234,10 +262,19 @@ Packed pack(const Transform& t, const double* x, u8* packed) {
     return {packed, bytes / 4, over != 0};
 }
 
-void store_window(const Packed& p, Window out) {
+Residue residue_of(const Transform& t, const Packed& p) {
+    SharedResidue residue(t, p.bytes, p.n);
+    t.divide(p.n, [&](u64, u64, u64 i) { residue.add_share(i); });
+    return residue.sum();
+}
+
+void store_window(const Transform& t, const Packed& p, Window out) {
     const u64 end = out.first + out.count;
     const u64 copied = std::min(end, p.n) - std::min(out.first, p.n);
-    if (copied != 0) std::memcpy(out.bytes, p.bytes + 4 * out.first, 4 * copied);
+    if (copied != 0)
+        t.divide(copied, [&](u64 begin, u64 end, u64) {
+            std::memcpy(out.bytes + 4 * begin, p.bytes + 4 * (out.first + begin), 4 * (end - begin));
+        });
     if (copied < out.count) std::memset(out.bytes + 4 * copied, 0, 4 * (out.count - copied));
     if (p.minus_one && out.first <= p.n && p.n < end) {
         const u32 one = 1;
@@ -249,9 +286,9 @@ void store_window(const Packed& p, Window out) {
 void finish(const Transform& t, double* x, u8* packed, Window out, const Residue* expected) {
     t.last(x);
     const Packed p = pack(t, x, packed);
-    if (expected != nullptr && (p.minus_one || kernels::residue_of(p.bytes, p.n) != expected->value))
+    if (expected != nullptr && (p.minus_one || residue_of(t, p).value != expected->value))
         fail("The product fails its check modulo 2^61 - 1.\n");
-    store_window(p, out);
+    store_window(t, p, out);
 }
 
 double* align_up(void* memory) {
@@ -284,9 +321,9 @@ class FftEngine final : public TransformEngine {
                     u64 tasks) const override {
         const Transform t(plan, table, tasks);
         double* x = static_cast<double*>(operand);
-        cut_operand(t, a, x);
+        const Residue residue = cut_operand(t, a, x);
         t.divide(t.blocks(), [&](u64 begin, u64 end, u64) { t.kernels.forward(t.shape, x, begin, end); });
-        return {kernels::residue_of(a.bytes, a.n)};
+        return residue;
     }
 
     void multiply(const TransformPlan& plan, const GlobalTwiddleTable& table, void* a, const void* b, void*,
@@ -316,9 +353,7 @@ class FftEngine final : public TransformEngine {
             finish(t, x, reinterpret_cast<u8*>(y), out, check ? &expected : nullptr);
             return;
         }
-        Residue expected;
-        if (check) expected.value = kernels::residue_mul(a_residue.value, kernels::residue_of(b.bytes, b.n));
-        cut_operand(t, b, y);
+        const Residue expected{kernels::residue_mul(a_residue.value, cut_operand(t, b, y, check).value)};
         t.divide(t.blocks(), [&](u64 begin, u64 end, u64) { t.kernels.product(t.shape, y, x, begin, end); });
         // The first operand is used up: the product is packed over it.
         finish(t, y, static_cast<u8*>(a), out, check ? &expected : nullptr);
@@ -329,9 +364,7 @@ class FftEngine final : public TransformEngine {
         const Transform t(plan, table, tasks);
         double* x = static_cast<double*>(operand);
         const double* y = static_cast<const double*>(a);
-        Residue expected;
-        if (check) expected.value = kernels::residue_mul(a_residue.value, kernels::residue_of(b.bytes, b.n));
-        cut_operand(t, b, x);
+        const Residue expected{kernels::residue_mul(a_residue.value, cut_operand(t, b, x, check).value)};
         t.divide(t.blocks(), [&](u64 begin, u64 end, u64) { t.kernels.product(t.shape, x, y, begin, end); });
         finish(t, x, reinterpret_cast<u8*>(align_up(work)), out, check ? &expected : nullptr);
     }
