@@ -6,9 +6,11 @@
 
 #include "frame/exceptions.h"
 #include "kernels/direct.h"
+#include "kernels/residue61.h"
 #include "kernels/schoolbook.h"
 #include "multiply/block_product.h"
 #include "multiply/cost.h"
+#include "multiply/folded_product.h"
 #include "multiply/transform_checks.h"
 #include "multiply/twiddle_table.h"
 
@@ -79,26 +81,63 @@ u64 direct_cost_of(const Job<W>& job, u64 scratch_bytes) {
     return direct_cost((job.LA + halves - 1) / halves, (job.LB + halves - 1) / halves, square);
 }
 
-// Forms the product directly or in blocks if that is cheaper than one transform; false: it is not.
+template <class W>
+void run(const EngineRung& rung, const BasicParameters& params, const char* location, const Job<W>& job,
+         bool warns = true);
+
+// The product by FoldPlan, in place.C, which overlaps no operand.
+template <class W>
+void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, const char* location, const Job<W>& job,
+                     W* C, u8* memory, u64 scratch_bytes, u64 tasks) {
+    const TransformEngine& engine = fold.rung->source();
+    const u64 n = fold.transform.wrap_bits / word_bits<W>, d = job.length() - n;
+
+    const BasicParameters params{&table, memory, scratch_bytes, tasks};
+    const u64 low_a = std::min(job.LA, d), low_b = std::min(job.LB, d);
+    if (job.B == nullptr)
+        run<W>(*fold.rung, params, location, {job.A, low_a, C + n, 0, d}, false);
+    else
+        run<W>(*fold.rung, params, location, {job.A, low_a, job.B, low_b, C + n, 0, d}, false);
+    const W low = C[n];
+
+    u8* work = memory + fold.transform.operand_bytes;
+    const Operand b = operand_of(job.B, job.B == nullptr ? 0 : job.LB);
+    const Residue a_residue = engine.forward(fold.transform, table, operand_of(job.A, job.LA), memory, work, tasks);
+    engine.product(fold.transform, table, memory, a_residue, b, window_of(C, 0, n + 1), false, work, tasks);
+    unfold(C, n, d, low);
+
+    const u64 b_residue = job.B == nullptr ? a_residue.value : kernels::residue_of(b.bytes, b.n);
+    const Operand product = operand_of(C, n + d);
+    if (kernels::residue_of(product.bytes, product.n) != kernels::residue_mul(a_residue.value, b_residue))
+        raise_redundancy_failure(location, "The product fails its check modulo 2^61 - 1.\n");
+}
+
+// Forms the product directly, folded or in blocks if that is cheaper than one transform; false: it is not.
 template <class W>
 bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& whole, const GlobalTwiddleTable& table,
-                                 const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
+                                 const char* location, const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
     const Place<W> place = place_of(job, memory, scratch_bytes);
     if (place.C == nullptr) return false;
     const u64 direct = direct_cost_of(job, place.scratch_bytes);
     BlockPlan blocks;
+    FoldPlan fold;
     if (direct != 0) {
         const TransformCost transform = transform_cost(rung, whole);
         const u64 transformed = job.B == nullptr ? transform.square : transform.product;
-        const u64 least = std::min(direct, transformed);
+        u64 least = std::min(direct, transformed);
+        if (direct > transformed / 2)
+            fold = plan_fold<W>(rung, whole, job.LA, job.LB, job.B == nullptr, least, place.scratch_bytes);
+        if (fold.rung != nullptr) least = fold.cost;
         // No number of blocks makes up for a direct product that is far cheaper than one transform.
         if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)
             blocks = plan_blocks<W>(rung, job.LA, job.LB, least, place.scratch_bytes, tasks);
-        if (blocks.engine == nullptr && direct > least) return false;
+        if (blocks.engine == nullptr && fold.rung == nullptr && direct > least) return false;
     }
 
     if (blocks.engine != nullptr)
         multiply_blocks(blocks, table, place.C, job.A, job.LA, job.B, job.LB, memory, tasks);
+    else if (fold.rung != nullptr)
+        multiply_folded(fold, table, location, job, place.C, memory, place.scratch_bytes, tasks);
     else if (job.B == nullptr)
         kernels::direct_square(place.C, job.A, job.LA, memory);
     else
@@ -107,29 +146,41 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
     return true;
 }
 
+// Scratch of a product. Where the shorter rung ends there is room to fold: what its longest products have.
+u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) {
+    const u64 bytes = product_scratch_bytes(plan, tasks);
+    const EngineRung* shorter = rung.shorter;
+    if (shorter == nullptr || plan.min_bits <= shorter->block_bits ||
+        plan.min_bits > longest_fold_bits(shorter->block_bits))
+        return bytes;
+    const TransformPlan longest = shorter->source().plan(shorter->block_bits);
+    return longest.wrap_sign == -1 ? std::max(bytes, product_scratch_bytes(longest, 1)) : bytes;
+}
+
 // A product's plan, and its parameters, which are large enough.
 struct Checked {
     TransformPlan plan;
     u64 tasks, scratch_bytes;
     const GlobalTwiddleTable& table;
 
-    Checked(const TransformEngine& engine, const BasicParameters& params, const char* location, u64 bits)
-        : plan(engine.plan(bits)),
+    Checked(const EngineRung& rung, const BasicParameters& params, const char* location, u64 bits, bool warns)
+        : plan(rung.source().plan(bits)),
           tasks(useful_tasks(params.tasks, bits)),
-          scratch_bytes(product_scratch_bytes(plan, tasks)),
+          scratch_bytes(one_shot_scratch_bytes(rung, plan, tasks)),
           table(require_table(params, plan, location)) {
         if (params.memory_bytes < scratch_bytes)
             raise_scratch_too_small(location, params.memory_bytes, scratch_bytes);
-        warn_if_misaligned(params);
+        if (warns) warn_if_misaligned(params);
     }
 };
 
 template <class W>
-void run(const EngineRung& rung, const TransformEngine& engine, const BasicParameters& params, const char* location,
-         const Job<W>& job) {
-    const auto& [plan, tasks, scratch_bytes, table] = Checked(engine, params, location, job.length() * word_bits<W>);
+void run(const EngineRung& rung, const BasicParameters& params, const char* location, const Job<W>& job, bool warns) {
+    const TransformEngine& engine = rung.source();
+    const auto& [plan, tasks, scratch_bytes, table] =
+        Checked(rung, params, location, job.length() * word_bits<W>, warns);
     u8* memory = static_cast<u8*>(params.memory);
-    if (run_without_whole_transform(rung, plan, table, job, memory, scratch_bytes, tasks)) return;
+    if (run_without_whole_transform(rung, plan, table, location, job, memory, scratch_bytes, tasks)) return;
     u8* work = memory + plan.operand_bytes;
     const Residue residue = engine.forward(plan, table, operand_of(job.A, job.LA), memory, work, tasks);
     engine.product(plan, table, memory, residue, operand_of(job.B, job.B == nullptr ? 0 : job.LB),
@@ -147,34 +198,34 @@ u64 EngineAlgorithm<W>::scratch_bytes(u64 L, u64 tasks) const {
 template <class W>
 void EngineAlgorithm<W>::size_record(MulSizeRecord& record, u64 L, u64 tasks) const {
     const u64 bits = L * word_bits<W>;
-    record = length_record<W>(L, product_scratch_bytes(engine().plan(bits), useful_tasks(tasks, bits)));
+    record = length_record<W>(L, one_shot_scratch_bytes(rung_, engine().plan(bits), useful_tasks(tasks, bits)));
 }
 
 template <class W>
 void EngineAlgorithm<W>::square(const BasicParameters& params, W* C, const W* A, u64 L) const {
-    run<W>(rung_, engine(), params, this->short_name, {A, L, C, 0, 2 * L});
+    run<W>(rung_, params, this->short_name, {A, L, C, 0, 2 * L});
 }
 
 template <class W>
 void EngineAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B, u64 LB) const {
     // One or two rows cost no more than the choice of a way.
     if (std::min(LA, LB) <= 2 && disjoint(C, LA + LB, A, LA) && disjoint(C, LA + LB, B, LB)) {
-        Checked(engine(), params, this->short_name, (LA + LB) * word_bits<W>);
+        Checked(rung_, params, this->short_name, (LA + LB) * word_bits<W>, true);
         return kernels::mulB(C, A, LA, B, LB);
     }
-    run<W>(rung_, engine(), params, this->short_name, {A, LA, B, LB, C, 0, LA + LB});
+    run<W>(rung_, params, this->short_name, {A, LA, B, LB, C, 0, LA + LB});
 }
 
 template <class W>
 void EngineAlgorithm<W>::square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                         u64 L) const {
-    run<W>(rung_, engine(), params, this->short_name, {A, L, C, first, count});
+    run<W>(rung_, params, this->short_name, {A, L, C, first, count});
 }
 
 template <class W>
 void EngineAlgorithm<W>::multiply_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                           u64 LA, const W* B, u64 LB) const {
-    run<W>(rung_, engine(), params, this->short_name, {A, LA, B, LB, C, first, count});
+    run<W>(rung_, params, this->short_name, {A, LA, B, LB, C, first, count});
 }
 
 template class EngineAlgorithm<u32>;

@@ -7,9 +7,9 @@
 namespace kvt::multiply {
 namespace {
 
-constexpr u64 wanted_alignment_bytes = 16;
-
 u64 saturate(u128 bytes) { return bytes > ~u64{0} ? ~u64{0} : static_cast<u64>(bytes); }
+
+constexpr u64 wanted_alignment_bytes = 16;
 
 constexpr GlobalTwiddleTable empty_table{};
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "multiply/dispatch.h"
+#include "multiply/fft/length_table.h"
 #include "multiply/product_support.h"
 #include "multiply/thresholds.h"
 #include "multiply/transform_helper.h"
@@ -78,6 +79,25 @@ TEST(LargeProducts, AreExactAtRandomLengths) {
         const u64 LB = 1 + rng.below(1 + rng.below(total - 1));
         check<u64>(total - LB, LB, rng);
         check<u32>(LB, total - LB, rng);
+    }
+}
+
+// A little more than a transform of the FFT holds, and more than its longest.
+TEST(LargeProducts, AreExactBeyondEveryLengthOfTheFft) {
+    Rng rng(104);
+    const auto levels = all_levels();
+    for (u64 row = 4; row < fft_rows; ++row) {
+        const u64 full = fft_row(row).capacity_bits / 64;
+        for (u64 total :
+             {full + 1, full + 1 + rng.below(full / 20), full + full / 8, full + full / 2, full + full / 2 + 1}) {
+            if (total > longest_words) return;
+            const LevelScope cap(levels[rng.below(levels.size())]);
+            const u64 LB = rng.below(3) == 0 ? 1 + rng.below(total / 2) : total / 2;
+            if (rng.below(2) == 0)
+                check<u64>(total - LB, LB, rng);
+            else
+                check<u32>(total - LB, LB, rng);
+        }
     }
 }
 
