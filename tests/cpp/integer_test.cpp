@@ -171,6 +171,10 @@ TEST(CppInteger, OperationsKeepToTheirSizes) {
             check(Integer::bytes_needed(square, a.words()), buffer(a * a), "square");
             check(Integer::bytes_needed(divide, a.words(), b.words()), buffer(a / b), "quotient");
             check(Integer::bytes_needed(power, b.words(), 7), buffer(kv::pow(b, 7)), "power");
+            check(Integer::bytes_needed(shift_left, a.words(), 1000), buffer(a << 1000), "shift left");
+            check(Integer::bytes_needed(shift_right, a.words()), buffer(a >> 1000), "shift right");
+            check(Integer::bytes_needed(multiply_word, a.words()), buffer(Integer(a).multiply_word(UINT64_MAX)),
+                  "times a word");
             check(Integer::bytes_needed(add, a.words(), b.words()), buffer(a + b), "sum");
             const std::string text = a.to_string();
             check(Integer::bytes_needed(to_decimal, a.words()), text.size(), "decimal text");

@@ -12,7 +12,20 @@ namespace kv {
 class Integer : public detail::Owner<BigInt_c64> {
   public:
     // What bytes_needed() is asked of; a and b are words of the operands, or characters where a text is read.
-    enum class Operation { add, multiply, square, divide, power, to_decimal, to_hex, from_decimal, from_hex };
+    enum class Operation {
+        add,
+        multiply,
+        multiply_word,
+        square,
+        divide,
+        power,
+        shift_left,
+        shift_right,
+        to_decimal,
+        to_hex,
+        from_decimal,
+        from_hex
+    };
 
     Integer() = default;
     template <detail::Native T>
@@ -91,6 +104,7 @@ class Integer : public detail::Owner<BigInt_c64> {
     // Memory that the operation takes beyond its operands, at the current Context's number of tasks.
     //   multiply, add, divide   words of both operands
     //   power                   words of the base, exponent
+    //   shift_left              words of the operand, bits
     //   others                  words or characters of the only operand
     static Bytes bytes_needed(Operation operation, std::uint64_t a, std::uint64_t b = 0);
 
@@ -211,6 +225,9 @@ struct IntegerOperations {
         switch (operation) {
             case add: return {8 * (std::max(a, b) + 1), 0};
             case multiply: return {8 * (a + b), product_need(a, b).arena_bytes()};
+            case multiply_word: return {8 * (a + 1), 0};
+            case shift_left: return {8 * (a + b / 64 + 1), 0};
+            case shift_right: return {8 * a, 0};
             case square: return {16 * a, product_need(a, a).arena_bytes()};
             case divide: {
                 if (a < b) return {8 * a, 0};
