@@ -55,6 +55,18 @@ struct GmpNumbers {
     mpz_t x, y, z;
 };
 
+struct GmpReals {
+    explicit GmpReals(Numbers& s) {
+        const GmpNumbers integers(s);
+        for (mpf_ptr f : {x, y, z}) mpf_init2(f, 64 * s.p);
+        mpf_set_z(x, integers.x);
+        mpf_set_z(y, integers.y);
+    }
+    ~GmpReals() { mpf_clears(x, y, z, nullptr); }
+    GmpReals(const GmpReals&) = delete;
+    mpf_t x, y, z;
+};
+
 struct MpfrNumbers {
     explicit MpfrNumbers(Numbers& s) : precision(static_cast<mpfr_prec_t>(64 * s.p)) {
         const GmpNumbers integers(s);
@@ -102,6 +114,14 @@ inline bool close(const Numbers& s, const Number& ours, mpfr_srcptr theirs) {
         mpfr_zero_p(value) || mpfr_get_exp(value) < mpfr_get_exp(theirs) - static_cast<mpfr_exp_t>(64 * (s.p - 1));
     mpfr_clear(value);
     mpz_clear(words);
+    return out;
+}
+inline bool close(const Numbers& s, const Number& ours, mpf_srcptr theirs) {
+    mpfr_t value;
+    mpfr_init2(value, static_cast<mpfr_prec_t>(64 * s.p + 64));
+    mpfr_set_f(value, theirs, MPFR_RNDZ);
+    const bool out = close(s, ours, value);
+    mpfr_clear(value);
     return out;
 }
 inline bool close(const Numbers& s, const Number& ours, const arb_t theirs) {

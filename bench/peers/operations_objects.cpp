@@ -72,6 +72,9 @@ Comparison sum_of_reals(const Setting& setting, Theirs theirs) {
         },
         theirs);
 }
+Comparison sum_gmp(const Setting& s) {
+    return sum_of_reals<GmpReals>(s, [](auto& g) { mpf_add(g.z, g.x, g.y); });
+}
 Comparison sum_mpfr(const Setting& s) {
     return sum_of_reals<MpfrNumbers>(s, [](auto& m) { mpfr_add(m.z, m.x, m.y, MPFR_RNDZ); });
 }
@@ -95,6 +98,21 @@ Comparison product_mpfr(const Setting& s) {
 }
 Comparison product_flint(const Setting& s) {
     return product_of_reals<FlintNumbers>(s, [](auto& f) { arb_mul(f.z, f.x, f.y, f.precision); });
+}
+
+Comparison add_integers_gmp(const Setting& setting) {
+    auto x = addends(setting.words);
+    auto g = std::make_shared<GmpNumbers>(*std::make_unique<Numbers>(setting));
+    mpz_import(g->x, setting.words, -1, 8, 0, 0, x->a.data());
+    mpz_import(g->y, setting.words, -1, 8, 0, 0, x->b.data());
+    return {repeated([x] {
+                BigInt_c64 out = integer(x->ours), a = integer(x->a), b = integer(x->b);
+                succeed(BigInt_c64_set_add(&out, &a, &b));
+            }),
+            repeated([g] { mpz_add(g->z, g->x, g->y); }), [x, g] {
+                mpz_export(x->theirs.data(), nullptr, -1, 8, 0, 0, g->z);
+                return x->ours == x->theirs;
+            }};
 }
 
 Comparison add_integers_flint(const Setting& setting) {
@@ -162,10 +180,12 @@ Comparison shared_factor(const Setting& s) {
 }
 
 constexpr Operation operations[] = {
-    {"int_add", "gmp", "mpn_add_n", 1, add_integers},
+    {"int_add", "gmp", "mpz_add", 1, add_integers_gmp},
+    {"int_add_bare", "gmp", "mpn_add_n", 1, add_integers},
     {"int_add", "flint", "fmpz_add", 2, add_integers_flint},
-    {"real_add", "gmp", "mpn_add_n", 1, add_reals<BigFloat_c64_set_add, add_limbs>},
-    {"real_sub", "gmp", "mpn_sub_n", 1, add_reals<BigFloat_c64_set_sub, sub_limbs>},
+    {"real_add_bare", "gmp", "mpn_add_n", 1, add_reals<BigFloat_c64_set_add, add_limbs>},
+    {"real_sub_bare", "gmp", "mpn_sub_n", 1, add_reals<BigFloat_c64_set_sub, sub_limbs>},
+    {"real_add", "gmp", "mpf_add", 2, sum_gmp},
     {"real_add", "mpfr", "mpfr_add", 2, sum_mpfr},
     {"real_add", "flint", "arb_add", 2, sum_flint},
     {"real_mul", "mpfr", "mpfr_mul", 2, product_mpfr},
