@@ -80,6 +80,9 @@ template <unsigned log, bool half_empty, class Source, class Target>
     const Source from = from0;
     const Target to = to0;
     const u64 part = n >> log;
+    // Columns are written in whole cache lines: what does not fit the registers waits for its other half.
+    constexpr bool pairs = sets == 2 || std::is_same_v<Target, Columns>;
+    alignas(64) u32 first_half[parts][lanes];
     for (u64 node = 0, at = 0; node < nodes; ++node, ++q, at += n) {
         for (u64 k = at; k < at + part; k += sets * lanes) {
             V x[sets][parts];
@@ -94,8 +97,12 @@ template <unsigned log, bool half_empty, class Source, class Target>
             for (unsigned i = 0; i < parts; ++i) {
                 if constexpr (sets == 2) {
                     to.template put_two<false>(i * part + k, x[0][i], x[1][i], c);
-                } else {
+                } else if constexpr (!pairs) {
                     to.template put<false>(i * part + k, x[0][i], c);
+                } else if (k % (2 * lanes) == 0) {
+                    store(first_half[i], reduce_low(x[0][i], c));
+                } else {
+                    to.template put_two<true>(i * part + k - lanes, load(first_half[i]), reduce_low(x[0][i], c), c);
                 }
             }
         }

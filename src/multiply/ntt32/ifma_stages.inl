@@ -184,11 +184,12 @@ struct Group {
         top_levels(prime, shape, inverse, memory, t);
     }
 };
-// The rows of a branch at a group of columns. Longer arrays than caches hold are written around them.
-Columns columns_at(const Shape& shape, u32* rows, u64 column, unsigned branch) {
+// The rows of a branch at a group of columns. Where they are not read before, and more than caches hold, they are written
+// around them.
+Columns columns_at(const Shape& shape, u32* rows, u64 column, unsigned branch, bool inverse) {
     constexpr u64 stream_words = u64{1} << 22;
     return {rows + (u64{branch} << shape.depth()) * shape.pitch + column, shape.pitch, shape.column_log,
-            shape.points() >= stream_words};
+            !inverse && shape.points() >= stream_words};
 }
 
 template <class Source, class Target>
@@ -214,7 +215,7 @@ void split_columns(const Prime& prime, const Shape& shape, Words words, u32* row
     for (u64 column = begin; column < end; column += u64{1} << shape.column_log) {
         points.first = column * points.cut.step;
         if (shape.radix == 1) {
-            const Columns to = columns_at(shape, rows, column, 0);
+            const Columns to = columns_at(shape, rows, column, 0, false);
             if (shape.half_empty) {
                 split_levels<true>(points, group.lanes64, to, shape.depth(), group.t[0], c);
             } else {
@@ -226,7 +227,8 @@ void split_columns(const Prime& prime, const Shape& shape, Words words, u32* row
         split_radix(points, group.branch, here, group.branch, group.branch, shape, group.radix);
         for (unsigned i = 0; i < shape.radix; ++i) {
             u64* const at = group.lanes64 + i * group.branch;
-            split_levels<false>(Lanes{at}, at, columns_at(shape, rows, column, i), shape.depth(), group.t[i], c);
+            split_levels<false>(Lanes{at}, at, columns_at(shape, rows, column, i, false), shape.depth(), group.t[i],
+                                c);
         }
     }
     _mm_sfence();
@@ -246,19 +248,18 @@ void top_inverse(const Prime& prime, const Shape& shape, u32* rows, u64 begin, u
         return any_radix_pass<true>(all, step, all, step, end - begin, shape.radix, group.radix);
     }
     for (u64 column = begin; column < end; column += u64{1} << shape.column_log) {
-        const Columns all = columns_at(shape, rows, column, 0);
+        const Columns all = columns_at(shape, rows, column, 0, true);
         if (shape.radix == 1) {
             merge_levels(all, group.lanes64, all, shape.depth(), group.t[0], c);
             continue;
         }
         for (unsigned i = 0; i < shape.radix; ++i) {
             u64* const at = group.lanes64 + i * group.branch;
-            merge_levels(columns_at(shape, rows, column, i), at, Lanes{at}, shape.depth(), group.t[i], c);
+            merge_levels(columns_at(shape, rows, column, i, true), at, Lanes{at}, shape.depth(), group.t[i], c);
         }
         const Lanes here{group.lanes64};
         any_radix_pass<true>(here, group.branch, all, group.branch, group.branch, shape.radix, group.radix);
     }
-    _mm_sfence();
 }
 
 consteval KernelTable table_of(const char* name) {
