@@ -1,8 +1,7 @@
 #ifndef KVNUM_BASICINT_H
 #define KVNUM_BASICINT_H
-/* Small non-negative integers with a checksum.
- * Every call exists for 32-bit words
- * (c32) and 64-bit words (c64); what is said of one holds for both.
+/* Small non-negative integers with a checksum. Every call exists for 32-bit words (c32) and 64-bit words (c64); what is
+ * said of one holds for both.
  *
  * Calls return NULL on success or an ExceptionWrapper that the caller releases through its own destroy function. A
  * capacity is checked before anything is written: on "Buffer is too small." (the message is empty, the printout names
@@ -77,8 +76,8 @@ ExceptionWrapper* BasicInt_c64_set_sub(BasicInt_c64* out, const BasicInt_c64* A,
 
 /* out = A * A; out = A * B, by the schoolbook method at every length.
  *   out    [2 * A.L], [A.L + B.L words]; must not overlap an operand
- * Errors: "Buffer is too small." at "BasicInt::set_sqrB()", "BasicIntR::set_mulB()".   Source: objects/basic_int.cpp
- */
+ * Errors: "Buffer is too small." at "BasicInt::set_sqrB()", "BasicIntR::set_mulB()".
+ * Source: objects/basic_int.cpp */
 ExceptionWrapper* BasicInt_c32_set_sqrB(BasicInt_c32* out, const BasicInt_c32* A);
 ExceptionWrapper* BasicInt_c64_set_sqrB(BasicInt_c64* out, const BasicInt_c64* A);
 ExceptionWrapper* BasicInt_c32_set_mulB(BasicInt_c32* out, const BasicInt_c32* A, const BasicInt_c32* B);

@@ -1,7 +1,6 @@
 #ifndef KVNUM_BIGFLOAT_H
 #define KVNUM_BIGFLOAT_H
-/* Signed floating-point numbers of any precision, with an exponent in whole words.
- * Every call exists for 32-bit words
+/* Signed floating-point numbers of any precision, with an exponent in whole words. Every call exists for 32-bit words
  * (c32) and 64-bit words (c64); what is said of one holds for both.
  *
  * Calls return NULL on success or an ExceptionWrapper that the caller releases through its own destroy function. A
@@ -19,10 +18,12 @@
 extern "C" {
 #endif
 
-/*   T            the words in use, least significant first; set to buffer by every set_ call, moved up by
- * strip_tzs_all L            words in use; the top one is not zero; 0 means zero exp          exponent in words: the
- * value is the sum of T[i] * W^(exp + i), W = 2^32 or 2^64 sign         true: zero or positive buffer [buffer_size
- * words] where results are written A result starts as {buffer, 0, 0, true, buffer, buffer_size}. */
+/*   T            the words in use, least significant first; set to buffer by every set_ call, moved up by strip_tzs_all
+ *   L            words in use; the top one is not zero; 0 means zero
+ *   exp          exponent in words: the value is the sum of T[i] * W^(exp + i), W = 2^32 or 2^64
+ *   sign         true: zero or positive
+ *   buffer       [buffer_size words] where results are written
+ * A result starts as {buffer, 0, 0, true, buffer, buffer_size}. */
 struct BigFloat_c32 {
     uint32_t* T;
     uint64_t L;
@@ -74,8 +75,8 @@ ExceptionWrapper* BigFloat_c64_set_double(BigFloat_c64* out, double d, int64_t e
 double BigFloat_c32_to_double(const BigFloat_c32* x, int64_t* exp_out);
 double BigFloat_c64_to_double(const BigFloat_c64* x, int64_t* exp_out);
 
-/* Prints sign, L, exp, buffer_size and the words (the five top ones from 20 words on).   Source:
- * objects/big_float.cpp */
+/* Prints sign, L, exp, buffer_size and the words (the five top ones from 20 words on).
+ * Source: objects/big_float.cpp */
 ExceptionWrapper* BigFloat_c32_print(const BigFloat_c32* x);
 ExceptionWrapper* BigFloat_c64_print(const BigFloat_c64* x);
 
@@ -84,8 +85,8 @@ ExceptionWrapper* BigFloat_c64_print(const BigFloat_c64* x);
 void BigFloat_c32_get_range(const BigFloat_c32* x, uint32_t* out, int64_t first, uint64_t count);
 void BigFloat_c64_get_range(const BigFloat_c64* x, uint64_t* out, int64_t first, uint64_t count);
 
-/* Drops zero words at the bottom: T moves up, exp rises, the value stays. Cannot fail. Source: objects/big_float.cpp
- */
+/* Drops zero words at the bottom: T moves up, exp rises, the value stays. Cannot fail.
+ * Source: objects/big_float.cpp */
 void BigFloat_c32_strip_tzs_all(BigFloat_c32* x);
 void BigFloat_c64_strip_tzs_all(BigFloat_c64* x);
 
@@ -130,8 +131,9 @@ ExceptionWrapper* BigFloat_c32_mul_Psize(uint64_t* bytes_out, uint64_t LA, uint6
 ExceptionWrapper* BigFloat_c64_mul_Psize(uint64_t* bytes_out, uint64_t LA, uint64_t LB, uint64_t p, uint64_t tasks);
 
 /* out = A * A; out = A * B, at precision p: both operands are cut to their top p + 2 words, and of their exact
- * product the top p + 2 words are kept, word for word (the first kept word is not zero). out      [min(product words,
- * p + 2) words]; must not overlap an operand params   table covers the product's bits, memory as mul_Psize says
+ * product the top p + 2 words are kept, word for word (the first kept word is not zero).
+ *   out      [min(product words, p + 2) words]; must not overlap an operand
+ *   params   table covers the product's bits, memory as mul_Psize says
  * Errors: "Buffer is too small." at "BigFloat::set_sqr()", "BigFloat::set_mul()", nothing written; those of the large
  * products (kvnum/multiply.h).   Source: objects/big_float_product.cpp */
 ExceptionWrapper* BigFloat_c32_set_sqr(BigFloat_c32* out, const BasicParameters* params, const BigFloat_c32* A,

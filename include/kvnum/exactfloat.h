@@ -1,7 +1,6 @@
 #ifndef KVNUM_EXACTFLOAT_H
 #define KVNUM_EXACTFLOAT_H
-/* Non-negative floating-point numbers that are never rounded, with a checksum.
- * Every call exists for 32-bit words
+/* Non-negative floating-point numbers that are never rounded, with a checksum. Every call exists for 32-bit words
  * (c32) and 64-bit words (c64); what is said of one holds for both.
  *
  * Calls return NULL on success or an ExceptionWrapper that the caller releases through its own destroy function. A
@@ -14,11 +13,12 @@
 extern "C" {
 #endif
 
-/*   T            the words in use, least significant first; set to buffer by every set_ call, moved up by
- * strip_tzs_all L            words in use; 0 means zero exp          exponent in words: the value is the sum of T[i]
- * * W^(exp + i), W = 2^32 or 2^64 hash         the value modulo 2^61 - 1, kept by every call and never recomputed but
- * by print buffer       [buffer_size words] where results are written There is no call that sets a value: fill the
- * words and use make_ExactFloat_cN below. */
+/*   T            the words in use, least significant first; set to buffer by every set_ call, moved up by strip_tzs_all
+ *   L            words in use; 0 means zero
+ *   exp          exponent in words: the value is the sum of T[i] * W^(exp + i), W = 2^32 or 2^64
+ *   hash         the value modulo 2^61 - 1, kept by every call and never recomputed but by print
+ *   buffer       [buffer_size words] where results are written
+ * There is no call that sets a value: fill the words and use make_ExactFloat_cN below. */
 struct ExactFloat_c32 {
     uint32_t* T;
     uint64_t L;
@@ -121,10 +121,11 @@ ExceptionWrapper* ExactFloat_c32_set_mul_extend(ExactFloat_c32* out, const Basic
 ExceptionWrapper* ExactFloat_c64_set_mul_extend(ExactFloat_c64* out, const BasicParameters* params,
                                                 const ExactFloat_c64* A, const ExactFloat_c64* B, int64_t extend);
 
-/* out_AB = A * B and out_BC = B * C, the same words as two calls of set_mul; B is transformed once for both where
- * that is faster and the scratch of mul_iPsize for the longer product is there. _normalize then strips zero words at
- * the bottom of both. out_AB, out_BC   [A.L + B.L], [B.L + C.L words]; distinct, and overlapping no operand Errors as
- * set_mul; both capacities are checked first.   Source: objects/exact_float_product.cpp */
+/* out_AB = A * B and out_BC = B * C, the same words as two calls of set_mul; B is transformed once for both where that
+ * is faster and the scratch of mul_iPsize for the longer product is there. _normalize then strips zero words at the
+ * bottom of both.
+ *   out_AB, out_BC   [A.L + B.L], [B.L + C.L words]; distinct, and overlapping no operand
+ * Errors as set_mul; both capacities are checked first.   Source: objects/exact_float_product.cpp */
 ExceptionWrapper* ExactFloat_c32_set_mul_AB_BC(ExactFloat_c32* out_AB, ExactFloat_c32* out_BC,
                                                const BasicParameters* params, const ExactFloat_c32* A,
                                                const ExactFloat_c32* B, const ExactFloat_c32* C);
