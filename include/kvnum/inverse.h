@@ -16,8 +16,8 @@
  *
  * Threads: calls with their own out, scratch and memory may run together.
  *
- * p may be 0: the double-precision seed alone, about 52 bits; a quotient then keeps two words. Queries never fail but where no multiplication
- * algorithm covers the products of that precision. */
+ * p may be 0: the double-precision seed alone, about 52 bits; a quotient then keeps two words. Queries never fail but
+ * where no multiplication algorithm covers the products of that precision. */
 
 #include "kvnum/bigfloat.h"
 #include "kvnum/frame.h"
