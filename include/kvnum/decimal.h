@@ -67,7 +67,8 @@ ExceptionWrapper* BigFloat_c64_set_string_dec_sizes(uint64_t* out_words, uint64_
                                                     uint64_t p, uint64_t tasks);
 
 /* out = the number written at text, to p words however short the text: within one unit in word p from the top. An
- * optional sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".   Source: text/read_float.cpp */
+ * optional sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".
+ * Source: text/read_float.cpp */
 ExceptionWrapper* BigFloat_c32_set_string_dec(const BasicParameters* params, BigFloat_c32* out, const char* text,
                                               uint64_t chars, uint64_t p);
 ExceptionWrapper* BigFloat_c64_set_string_dec(const BasicParameters* params, BigFloat_c64* out, const char* text,
