@@ -134,8 +134,7 @@ ExceptionWrapper* BigInt_c64_set_mul_uW(BigInt_c64* out, const BigInt_c64* A, ui
 /* out = A + B; out = A - B.
  *   out    [max(A.L, B.L) + 1 words] where magnitudes are added, also when nothing is carried; [max(A.L, B.L) words]
  *          where they are subtracted and differ; [the other operand's L words] where an operand is 0. May be A or B (or
- *          both)
- *          where their words start at out's buffer; must not overlap them otherwise
+ *          both) where their words start at out's buffer; must not overlap them otherwise
  * Errors: "Buffer is too small." at "BigInt::set_add()", for a zero operand at "BigInt::set_BigInt()".
  * Source: objects/big_int_arithmetic.cpp */
 ExceptionWrapper* BigInt_c32_set_add(BigInt_c32* out, const BigInt_c32* A, const BigInt_c32* B);
