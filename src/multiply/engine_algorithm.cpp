@@ -71,13 +71,13 @@ constexpr u64 row_words = 16 * 8 / sizeof(W);
 
 // A direct product's cost, nothing where it is sure to win, or the largest number when it lacks scratch.
 template <class W>
-u64 direct_cost_of(const Job<W>& job, u64 scratch_bytes) {
+u64 direct_cost_of(const EngineRung& rung, const Job<W>& job, u64 scratch_bytes) {
     constexpr u64 halves = 8 / sizeof(W);
     const bool square = job.B == nullptr;
     const u64 needed = square ? kernels::direct_square_scratch_bytes<W>(job.LA)
                               : kernels::direct_multiply_scratch_bytes<W>(job.LA, job.LB);
     if (needed > scratch_bytes) return ~u64{0};
-    if (job.LB <= row_words<W>) return 0;
+    if (job.LB <= row_words<W> || job.length() * word_bits<W> <= rung.direct_bits) return 0;
     return direct_cost((job.LA + halves - 1) / halves, (job.LB + halves - 1) / halves, square);
 }
 
@@ -118,14 +118,14 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
                                  const char* location, const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
     const Place<W> place = place_of(job, memory, scratch_bytes);
     if (place.C == nullptr) return false;
-    const u64 direct = direct_cost_of(job, place.scratch_bytes);
+    const u64 direct = direct_cost_of(rung, job, place.scratch_bytes);
     BlockPlan blocks;
     FoldPlan fold;
     if (direct != 0) {
         const TransformCost transform = transform_cost(rung, whole);
         const u64 transformed = job.B == nullptr ? transform.square : transform.product;
         u64 least = std::min(direct, transformed);
-        if (direct > transformed / 2)
+        if (direct > transformed / 4 * 3)
             fold = plan_fold<W>(rung, whole, job.LA, job.LB, job.B == nullptr, least, place.scratch_bytes);
         if (fold.rung != nullptr) least = fold.cost;
         // No number of blocks makes up for a direct product that is far cheaper than one transform.

@@ -17,6 +17,7 @@ struct EngineRung {
     u64 base_cost, level_cost;  // of a product, in picoseconds for 8 bytes of operand: base + level * log2(points)
     u64 scalar_percent, avx2_percent;  // of that cost, at the lower levels
     const EngineRung* shorter;         // the next lower rung, or null
+    u64 direct_bits = 0;               // up to so many bits a direct product wins on every machine
 };
 
 template <class W>

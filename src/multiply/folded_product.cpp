@@ -9,6 +9,9 @@
 namespace kvt::multiply {
 namespace {
 
+// Below, the choice itself costs too much.
+constexpr u64 shortest_fold_bits = 64 * 300;
+
 // The longest transform of a rung that is too short for a product of so many bits.
 TransformPlan plan_below(const EngineRung& rung, u64 bits) {
     const TransformEngine& engine = rung.source();
@@ -26,7 +29,9 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
                    u64 scratch_bytes) noexcept {
     const u64 bits = (LA + LB) * word_bits<W>;
     const EngineRung* folding = whole.wrap_sign == -1 ? &rung : rung.shorter;
-    if (folding == nullptr || bits > longest_fold_bits(folding->block_bits)) return {};
+    if (folding == nullptr || bits < shortest_fold_bits || bits > longest_fold_bits(folding->block_bits)) return {};
+    // Of lengths that are at most a quarter apart, the longer one has little to spare.
+    if (folding == &rung && bits > whole.capacity_bits / 16 * 15) return {};
     const TransformPlan plan = plan_below(*folding, bits);
     if (plan.wrap_sign != -1 || plan.wrap_bits >= bits || plan.wrap_bits % word_bits<W> != 0) return {};
     const u64 n = plan.wrap_bits / word_bits<W>, d = LA + LB - n;
