@@ -20,7 +20,7 @@ u64 percent_at(const EngineRung& rung, VectorLevel level) noexcept {
 }
 
 // What a transform takes whatever its length: set-up and both ends of every pass.
-constexpr u64 fixed_transform_cost = 110'000;
+constexpr u64 fixed_transform_cost = 130'000;
 
 u64 saturating_product(u64 a, u64 b) noexcept {
     const u128 p = u128{a} * b;
