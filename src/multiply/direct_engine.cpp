@@ -6,6 +6,7 @@
 
 #include "frame/exceptions.h"
 #include "kernels/direct.h"
+#include "kernels/residue61.h"
 #include "multiply/algorithms.h"
 
 namespace kvt::multiply {
@@ -18,6 +19,11 @@ struct Buffer {
     const u64* words() const { return &n + 1; }
 };
 static_assert(sizeof(Buffer) == 8);
+
+// The length lies in the caller's scratch memory for as long as an operand is kept.
+void require_length(const TransformPlan& plan, const Buffer& buffer) {
+    if (buffer.n > plan.points) raise_redundancy_failure("direct product", "An operand's length has changed.\n");
+}
 
 class DirectEngine final : public TransformEngine {
   public:
@@ -42,7 +48,7 @@ class DirectEngine final : public TransformEngine {
         buffer->n = (a.n + 1) / 2;
         if (a.n % 2 != 0) buffer->words()[buffer->n - 1] = 0;
         std::memcpy(buffer->words(), a.bytes, 4 * a.n);
-        return {};
+        return {kernels::residue_of(a.bytes, a.n)};
     }
 
     // The work bytes hold the product of two operands of the plan's length, and its direct scratch.
@@ -50,6 +56,8 @@ class DirectEngine final : public TransformEngine {
                   u64) const override {
         auto* A = static_cast<Buffer*>(a);
         const auto* B = static_cast<const Buffer*>(b);
+        require_length(plan, *A);
+        require_length(plan, *B);
         const u64 n = A->n + B->n;
         if (A->n == 0 || B->n == 0) {
             A->n = 0;
@@ -64,9 +72,12 @@ class DirectEngine final : public TransformEngine {
         std::memcpy(A->words(), whole, 8 * A->n);
     }
 
-    void inverse(const TransformPlan&, const GlobalTwiddleTable&, void* operand, Window out, const Residue*, void*,
-                 u64) const override {
+    void inverse(const TransformPlan& plan, const GlobalTwiddleTable&, void* operand, Window out,
+                 const Residue* expected, void*, u64) const override {
         const auto* buffer = static_cast<const Buffer*>(operand);
+        require_length(plan, *buffer);
+        if (expected != nullptr && kernels::residue_of(buffer->words(), 2 * buffer->n) != expected->value)
+            raise_redundancy_failure("direct product", "The product does not match its factors modulo 2^61 - 1.\n");
         const u64 present = 2 * buffer->n;
         const u64 stored = out.first < present ? std::min(out.count, present - out.first) : 0;
         std::memcpy(out.bytes, reinterpret_cast<const u8*>(buffer->words()) + 4 * out.first, 4 * stored);
