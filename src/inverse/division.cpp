@@ -80,32 +80,39 @@ template <class W>
 void divide_by_reciprocal(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b,
                           const BigFloat<W>& R, u64 p, W* q, W* D, const ProgressSink* sink) {
     const u64 h = half_precision(p);
+    const objects::Unchanged<W> same_R(R, location);
     BigFloat<W> Q{q, 0, 0, true, q, h + 2};
+    objects::Unchanged<W> same_Q;
     {
         Phase<W> phase(sink, " - 0M - ", h);
         objects::set_mul(Q, params, a, R, h);
+        same_Q = {Q, location};
     }
     const i64 known = a.exp + static_cast<i64>(a.L) - static_cast<i64>(h) + 3;
+    BigFloat<W> residual = view(D, h + 4, known - static_cast<i64>(h + 4));
+    objects::Unchanged<W> same_D;
     bool negative;
     {
         Phase<W> phase(sink, " - 1M - ", h);
         negative = quotient_residual(params, D, a, objects::top_words(b, p + 2), Q, known, p, h);
+        objects::strip_top_zeros(residual);
+        same_D = {residual, location};
     }
-    BigFloat<W> residual = view(D, h + 4, known - static_cast<i64>(h + 4));
-    objects::strip_top_zeros(residual);
 
     // The correction goes to the low end of out, then Q is added above it.
     i64 base = Q.exp;
     BigFloat<W> C{out.buffer, 0, 0, true, out.buffer, out.buffer_size};
     if (residual.L != 0) {
         Phase<W> phase(sink, " - 2M - ", h);
-
         objects::set_mul(C, params, R, residual, h);
         base = std::max(std::min(Q.exp, C.exp), objects::top_of(Q) - static_cast<i64>(p + 1));
     }
     const u64 n = static_cast<u64>(objects::top_of(Q) - base);
     place(C, out.buffer, base, n);
     const u64 L = combine(out.buffer, n, Q, negative);
+    same_R.require();
+    same_Q.require();
+    same_D.require();
     set_result(out, L, base, a.sign == b.sign);
 }
 
@@ -130,10 +137,15 @@ void divide(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& 
     require_capacity(scratch.n, p + 2 * h + 10, location);
     W* const q = scratch.words + (h + 3);
     StepTransforms<W>(params, p + 9);  // table and scratch are found too small before anything is written
+    // No word of a below the window of D counts.
+    const objects::Unchanged<W> same_a(objects::top_words(a, 2 * h + 1), location);
+    const objects::Unchanged<W> same_b(objects::top_words(b, p + 2), location);
     BigFloat<W> R{scratch.words, 0, 0, true, scratch.words, h + 3};
     reciprocal(params, R, b, h, {q, 2 * h + 6}, sink);
     keep_top(R, h + 2);
     divide_by_reciprocal(params, out, a, b, R, p, q, q + (h + 2), sink);
+    same_a.require();
+    same_b.require();
 }
 
 template void divide(const BasicParameters&, BigFloat<u32>&, const BigFloat<u32>&, const BigFloat<u32>&, u64,

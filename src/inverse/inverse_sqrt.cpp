@@ -35,9 +35,12 @@ void inverse_sqrt_step(const BasicParameters& params, BigFloat<W>& out, W x, con
     const u64 h = half_precision(p);
     const i64 signed_h = static_cast<i64>(h), signed_p = static_cast<i64>(p);
     StepTransforms<W> transforms(params, p + 6);
+    const objects::Unchanged<W> same_R(R, inverse_sqrt_texts.location);
 
     // S = x * R^2, formed whole above position -(p + 4): it is just below or above 1.
     Residual<W> residual{};
+    BigFloat<W> half{};  // e / 2, in T; when there is room its lowest bit moves to a word below, else it is dropped
+    objects::Unchanged<W> same_half;
     {
         Phase<W> phase(sink, " - 0S - ", h);
         const i64 top = 2 * objects::top_of(R);
@@ -66,20 +69,23 @@ void inverse_sqrt_step(const BasicParameters& params, BigFloat<W>& out, W x, con
             residual = residual_of_window(inverse_sqrt_texts, out.buffer, static_cast<u64>(known - first), first, h);
             if (residual.over_estimate != (unit == 1)) fail_guard(inverse_sqrt_texts, unit);
         }
+        if (residual.e.L != 0) half = halve(objects::top_words(residual.e, h + 2), T, h + 2);
+        same_half = {half, inverse_sqrt_texts.location};
     }
-    if (residual.e.L == 0) {
+    if (half.L == 0) {
         objects::copy_words(out.buffer, R.T, R.L);
+        same_R.require();
         set_result(out, R.L, R.exp, true);
         return;
     }
 
-    // e / 2; when there is room its lowest bit moves to a word below, else it is dropped.
     Phase<W> phase(sink, residual.over_estimate ? " - O1M - " : " - U1M - ", h);
-    const BigFloat<W> half = halve(objects::top_words(residual.e, h + 2), T, h + 2);
     const i64 base = objects::top_of(R) - (signed_p + 2);
     const u64 n = static_cast<u64>(objects::top_of(R) - base);
     transforms.multiply_last(half, out.buffer, base, n);
     const u64 L = combine(out.buffer, n, R, residual.over_estimate);
+    same_R.require();
+    same_half.require();
     set_nudged(out, L, base, true);
 }
 

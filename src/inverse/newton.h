@@ -6,6 +6,7 @@
 #include "inverse/texts.h"
 #include "kernels/linear.h"
 #include "objects/big_float_parts.h"
+#include "objects/unchanged.h"
 #include "objects/words.h"
 
 namespace kvt::inverse {
@@ -28,8 +29,13 @@ struct Residual {
     objects::BigFloat<W> e;  // |P - 1|, top word non-zero; L = 0: exact
 };
 
+// The distance of a good approximation is below 8 * B^-(h+1), truncations included: the word on its top, at position
+// -(h+1), is small.
+template <class W>
+inline constexpr W largest_residual_word = 63;
+
 // words [n] hold P at positions [exp, exp + n), the top one being the guard; an under-estimate is complemented in
-// place. The distance of a good approximation is below B^-h, so its top position is -h at most.
+// place.
 template <class W>
 Residual<W> residual_of_window(const EngineTexts& texts, W* words, u64 n, i64 exp, u64 h) {
     const W guard = words[n - 1];
@@ -39,7 +45,10 @@ Residual<W> residual_of_window(const EngineTexts& texts, W* words, u64 n, i64 ex
     objects::strip_top_zeros(residual.e);
     if (!residual.over_estimate && residual.e.L == 0) fatal_exit(texts.strip_zero);
     const i64 top = objects::top_of(residual.e);
-    if (residual.e.L != 0 && top > -static_cast<i64>(h)) fail_residual(texts, residual.over_estimate, top, h);
+    const i64 limit = -static_cast<i64>(h);
+    if (residual.e.L != 0 &&
+        (top > limit || (top == limit && residual.e.T[residual.e.L - 1] > largest_residual_word<W>)))
+        fail_residual(texts, residual.over_estimate, top, h);
     return residual;
 }
 

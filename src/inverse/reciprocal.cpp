@@ -33,9 +33,12 @@ void reciprocal_step(const BasicParameters& params, BigFloat<W>& out, const BigF
     const BigFloat<W> cut_x = objects::top_words(x, p + 2);
     check_top(x, R);
     StepTransforms<W> transforms(params, p + 8);
+    const objects::Unchanged<W> same_R(R, reciprocal_texts.location);
     transforms.keep(R);
 
     Residual<W> residual{};
+    BigFloat<W> e{};  // its top words, in T
+    objects::Unchanged<W> same_e;
     {
         Phase<W> phase(sink, " - 0M - ", h);
         const i64 known = 2 - signed_h;  // positions from here on are those of 1.000.. or 0.FFF..
@@ -55,21 +58,25 @@ void reciprocal_step(const BasicParameters& params, BigFloat<W>& out, const BigF
             }
             residual.over_estimate = true;
         }
+        const BigFloat<W> top_e = objects::top_words(residual.e, h + 2);
+        objects::copy_words(T, top_e.T, top_e.L);
+        e = view(T, top_e.L, top_e.exp);
+        same_e = {e, reciprocal_texts.location};
     }
-    if (residual.e.L == 0) {
+    if (e.L == 0) {
         objects::copy_words(out.buffer, R.T, R.L);
+        same_R.require();
         set_result(out, R.L, R.exp, x.sign);
         return;
     }
 
     Phase<W> phase(sink, residual.over_estimate ? " - O1M - " : " - U1M - ", h);
-    const BigFloat<W> top_e = objects::top_words(residual.e, h + 2);
-    objects::copy_words(T, top_e.T, top_e.L);
-    const BigFloat<W> e = view(T, top_e.L, top_e.exp);
     const i64 base = objects::top_of(R) - (signed_p + 2);
     const u64 n = static_cast<u64>(objects::top_of(R) - base);
     transforms.multiply_last(e, out.buffer, base, n);
     const u64 L = combine(out.buffer, n, R, residual.over_estimate);
+    same_R.require();
+    same_e.require();
     set_nudged(out, L, base, x.sign);
 }
 
@@ -106,11 +113,14 @@ void reciprocal(const BasicParameters& params, BigFloat<W>& out, const BigFloat<
                 const ProgressSink* sink) {
     check_operand(x);
     p = clamp_precision(p);
-    if (p < direct_limit_words)
+    if (p < direct_limit_words) {
         check_direct_space(reciprocal_direct_texts, p, out.buffer_size, p + 3, scratch.n, 2 * direct_half(p) + 5);
-    else
-        StepTransforms<W>(params, p + 8);  // table and scratch are found too small before anything is written
+        return reciprocal_recursive(params, out, x, p, scratch, sink);
+    }
+    StepTransforms<W>(params, p + 8);  // table and scratch are found too small before anything is written
+    const objects::Unchanged<W> same_x(objects::top_words(x, p + 2), reciprocal_texts.location);
     reciprocal_recursive(params, out, x, p, scratch, sink);
+    same_x.require();
 }
 
 template void reciprocal(const BasicParameters&, BigFloat<u32>&, const BigFloat<u32>&, u64, WordScratch<u32>,
