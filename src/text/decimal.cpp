@@ -4,10 +4,12 @@
 #include <cstring>
 
 #include "frame/exceptions.h"
+#include "kernels/residue61.h"
 #include "text/decimal_core.h"
 #include "text/medium_integer.h"
 #include "text/radix.h"
 #include "text/radix_plan.h"
+#include "text/read_decimal.h"
 
 namespace kvt::text {
 
@@ -110,10 +112,14 @@ template <class W>
 char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const BigInt<W>& x, PhaseSeconds* times) {
     if (x.L == 0) return write_literal(buffer, "0");
     const BigFloat<W> value{x.T, x.L, 0, x.sign, x.T, x.L};
+    const u64 residue = kernels::residue_of(x.T, x.L * (sizeof(W) / 4));
     FloatString digits = write_decimal_digits(params, buffer, integer_buffer_bytes<W>(x.L), value, x.L,
                                               integer_digit_words<W>(x.L), times);
     check_fraction(digits);
     digits.format_integer();
+    const u64 first = !x.sign;
+    if (scan_decimal_digits(digits.text, first, digits.length).residue != residue)
+        raise_redundancy_failure("BigInt::to_string_dec()", "The text does not match its integer modulo 2^61 - 1.\n");
     return digits.finished();
 }
 

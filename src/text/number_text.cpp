@@ -42,7 +42,7 @@ class Cursor {
     u64 take_digits(unsigned radix) noexcept {
         const u64 first = i_;
         if (radix == 10) {
-            i_ = skip_decimal_digits(text_, i_, chars_);
+            i_ = scan_decimal_digits(text_, i_, chars_).end;
         } else {
             while (!at_end() && is_hexadecimal(text_[i_])) ++i_;
         }

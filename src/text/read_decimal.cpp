@@ -116,16 +116,24 @@ class Reading {
 
 }  // namespace
 
-u64 skip_decimal_digits(const char* text, u64 from, u64 chars) noexcept {
-    u64 i = from;
+DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept {
+    constexpr u64 ten_to_16 = 10'000'000'000'000'000;
+    const auto append = [](u64 residue, u64 scale, u64 value) {
+        return kernels::residue_add(kernels::residue_mul(residue, scale), kernels::residue_reduce(value));
+    };
+    u64 i = from, residue = 0;
     bool ok = true;
-    while (chars - i >= 16) {
-        read_digits(text + i, 16, ok);
+    for (; chars - i >= 16; i += 16) {
+        const u64 value = read_digits(text + i, 16, ok);
         if (!ok) break;
-        i += 16;
+        residue = append(residue, ten_to_16, value);
     }
-    while (i < chars && text[i] >= '0' && text[i] <= '9') ++i;
-    return i;
+    u64 value = 0, scale = 1;
+    for (; i < chars && text[i] >= '0' && text[i] <= '9'; ++i) {
+        value = 10 * value + static_cast<u64>(text[i] - '0');
+        scale *= 10;
+    }
+    return {i, append(residue, scale, value)};
 }
 
 void raise_invalid_character(const char* where, u64 position) {
@@ -145,7 +153,7 @@ u64 read_decimal_bytes(u64 digits, u64 tasks) {
 }
 
 template <class W>
-u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count) {
+u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count, u64 residue) {
     const u64 n = (count + Decimal<W>::digits - 1) / Decimal<W>::digits;
     if (n < shortest_split_words) return read_rows(out, digits + count, count, 0, n);
     RadixPlan<W> plan;
@@ -157,7 +165,10 @@ u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digit
     u8* const memory = static_cast<u8*>(params.memory);
     u8* const work = memory + plan.powers_bytes();
     compute_powers(plan, *table, memory, work);
-    return Reading<W>(plan, *table, digits, count).run(out, 0, plan.digit_words, plan.tasks, 0, work);
+    const u64 length = Reading<W>(plan, *table, digits, count).run(out, 0, plan.digit_words, plan.tasks, 0, work);
+    if (kernels::residue_of(out, length * (sizeof(W) / 4)) != residue)
+        raise_redundancy_failure(location, "The integer does not match its digits modulo 2^61 - 1.\n");
+    return length;
 }
 
 template <class W>
@@ -165,12 +176,12 @@ void set_string_dec(const BasicParameters& params, objects::BigInt<W>& out, cons
     u64 i = 0;
     bool sign = true;
     if (i < chars && (text[i] == '-' || text[i] == '+')) sign = text[i++] == '+';
-    const u64 end = skip_decimal_digits(text, i, chars);
+    const auto [end, residue] = scan_decimal_digits(text, i, chars);
     if (end < chars || end == i) raise_invalid_character(location, end);
     while (i < end && text[i] == '0') ++i;
     if (i == end) return objects::set_zero(out);
     require_capacity(out.buffer_size, decimal_words<W>(end - i), location);
-    out.L = read_decimal_digits(params, out.buffer, text + i, end - i);
+    out.L = read_decimal_digits(params, out.buffer, text + i, end - i, residue);
     out.T = out.buffer;
     out.sign = sign;
 }
@@ -179,8 +190,8 @@ template u64 decimal_words<u32>(u64) noexcept;
 template u64 decimal_words<u64>(u64) noexcept;
 template u64 read_decimal_bytes<u32>(u64, u64);
 template u64 read_decimal_bytes<u64>(u64, u64);
-template u64 read_decimal_digits(const BasicParameters&, u32*, const char*, u64);
-template u64 read_decimal_digits(const BasicParameters&, u64*, const char*, u64);
+template u64 read_decimal_digits(const BasicParameters&, u32*, const char*, u64, u64);
+template u64 read_decimal_digits(const BasicParameters&, u64*, const char*, u64, u64);
 template void set_string_dec(const BasicParameters&, objects::BigInt<u32>&, const char*, u64);
 template void set_string_dec(const BasicParameters&, objects::BigInt<u64>&, const char*, u64);
 

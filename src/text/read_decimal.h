@@ -16,17 +16,22 @@ template <class W>
 u64 read_decimal_bytes(u64 digits, u64 tasks);
 
 // out := the number of the digits, which are '0'..'9' (checked by the caller) and do not start with a zero;
-// out has room for decimal_words(digits). Returns the length.
+// out has room for decimal_words(digits). Returns the length. Long numbers are checked against the digits' residue.
 template <class W>
-u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count);
+u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count, u64 residue);
 
 // An optional sign and digits, at least one; nothing else. Raises Serialization::ParseException ("Invalid character
 // at position N.", N counted from 0), before anything is written.
 template <class W>
 void set_string_dec(const BasicParameters& params, objects::BigInt<W>& out, const char* text, u64 chars);
 
-// First character from position `from` that is not a decimal digit; chars when there is none.
-u64 skip_decimal_digits(const char* text, u64 from, u64 chars) noexcept;
+// The decimal digits from position `from` on: the first character that is none (chars where there is no such), and
+// the digits' value modulo 2^61 - 1.
+struct DigitRun {
+    u64 end;
+    u64 residue;
+};
+DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept;
 
 [[noreturn]] void raise_invalid_character(const char* location, u64 position);
 

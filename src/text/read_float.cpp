@@ -85,7 +85,8 @@ void set_string_dec(const BasicParameters& params, BigFloat<W>& out, const char*
     const BasicParameters rest{params.table, memory, params.memory_bytes - layout.fixed_bytes(), params.tasks};
 
     number.copy_digits(digit_text, digits);
-    const u64 length = read_decimal_digits(rest, number_words, digit_text, digits);
+    const u64 residue = scan_decimal_digits(digit_text, 0, digits).residue;
+    const u64 length = read_decimal_digits(rest, number_words, digit_text, digits, residue);
     const BigFloat<W> M{number_words, length, 0, number.positive, number_words, length};
     const i64 exponent = number.exponent - static_cast<i64>(number.fraction_digits) +
                          static_cast<i64>(number.significant_digits() - digits);

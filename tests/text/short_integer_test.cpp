@@ -5,6 +5,7 @@
 #include <string>
 
 #include "kernels/direct.h"
+#include "kernels/residue61.h"
 #include "support/fenced.h"
 #include "support/levels.h"
 #include "support/operands.h"
@@ -44,9 +45,11 @@ void check_both_ways(const std::vector<u64>& words) {
     test::FencedBytes text(want.size());
     std::copy(want.begin(), want.end(), text.data());
     const char* const characters = reinterpret_cast<char*>(text.data());
-    EXPECT_EQ(skip_decimal_digits(characters, 0, want.size()), want.size());
+    const DigitRun run = scan_decimal_digits(characters, 0, want.size());
+    EXPECT_EQ(run.end, want.size());
+    EXPECT_EQ(run.residue, kernels::residue_of(words.data(), 2 * words.size()));
     test::FencedWords<u64> out(decimal_words<u64>(want.size()));
-    const u64 n = read_decimal_digits<u64>({}, out, characters, want.size());
+    const u64 n = read_decimal_digits<u64>({}, out, characters, want.size(), run.residue);
     std::vector<u64> value(out.data(), out.data() + n), trimmed = words;
     while (!trimmed.empty() && trimmed.back() == 0) trimmed.pop_back();
     while (!value.empty() && value.back() == 0) value.pop_back();
