@@ -8,21 +8,24 @@
 
 namespace kvt::objects {
 
-// Remembers the words' residue; require() raises "Redundancy Check Failed:  " when they have another one.
+// Remembers the words' residue; require() raises "Redundancy Check Failed:  " when they have another one. Short numbers
+// are read within a microsecond and not looked at.
 template <class W>
 class Unchanged {
   public:
     Unchanged() = default;
     Unchanged(const BigFloat<W>& x, const char* location) : Unchanged(x.T, x.L, location) {}
     Unchanged(const W* words, u64 n, const char* location)
-        : words_(words), n_(n), location_(location), residue_(residue()) {}
+        : words_(words), n_(n < shortest ? 0 : n), location_(location), residue_(residue()) {}
 
     void require() const {
-        if (residue() != residue_) raise_redundancy_failure(location_, "An operand has changed.\n");
+        if (n_ != 0 && residue() != residue_) raise_redundancy_failure(location_, "An operand has changed.\n");
     }
 
   private:
-    u64 residue() const { return kernels::residue_of(words_, n_ * (sizeof(W) / 4)); }
+    static constexpr u64 shortest = 64;
+
+    u64 residue() const { return n_ == 0 ? 0 : kernels::residue_of(words_, n_ * (sizeof(W) / 4)); }
 
     const W* words_ = nullptr;
     u64 n_ = 0;
