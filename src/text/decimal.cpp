@@ -6,10 +6,10 @@
 #include "frame/exceptions.h"
 #include "kernels/residue61.h"
 #include "text/decimal_core.h"
+#include "text/digits.h"
 #include "text/medium_integer.h"
 #include "text/radix.h"
 #include "text/radix_plan.h"
-#include "text/read_decimal.h"
 
 namespace kvt::text {
 

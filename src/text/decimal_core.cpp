@@ -8,8 +8,10 @@
 #include "frame/fatal.h"
 #include "inverse/power.h"
 #include "inverse/progress.h"
+#include "inverse/reciprocal.h"
 #include "inverse/sizes.h"
 #include "multiply/transform_checks.h"
+#include "objects/big_float_parts.h"
 #include "text/digits.h"
 #include "text/radix.h"
 #include "text/radix_plan.h"
@@ -34,7 +36,7 @@ void plan_decimal(RadixPlan<W>& plan, u64 n, u64 tasks) {
 
 template <class W>
 u64 digits_stage_bytes(const RadixPlan<W>& plan, u64 p) {
-    return words_area<W>(p + 2) + words_area<W>(plan.digit_words) + plan.scratch_bytes();
+    return words_area<W>(p + 4) + words_area<W>(plan.digit_words) + plan.scratch_bytes();
 }
 
 // Scratch memory in stages: what lies behind the first `used` bytes of the parameters' memory.
@@ -58,29 +60,70 @@ i64 decimal_exponent(const BigFloat<W>& x) {
     return static_cast<i64>(std::floor(static_cast<double>(bits) * 0.3010299956639812));
 }
 
-// y := x / 10^k, p + 2 words at the start of the scratch memory.
-template <class W>
-BigFloat<W> scaled(const BasicParameters& params, const BigFloat<W>& x, i64 k, u64 p) {
-    W* const words = static_cast<W*>(params.memory);
-    const ProgressSink* sink = current_progress_sink();
-    if (k == 0) {
-        require_capacity(params.memory_bytes, words_area<W>(p + 2), location);
-        const u64 n = std::min(x.L, p + 2);
-        std::copy(x.T + (x.L - n), x.T + x.L, words);
-        return {words, n, x.exp + static_cast<i64>(x.L - n), true, words, p + 2};
-    }
-    require_capacity(params.memory_bytes, words_area<W>(p + 3), "BigFloatR_pow_uW_sL_P()");
-    const BasicParameters rest = behind(params, words_area<W>(p + 3));
-    inverse::WordScratch<W> scratch{static_cast<W*>(rest.memory), std::min(2 * p + 9, rest.memory_bytes / sizeof(W))};
-    BigFloat<W> S{words, 0, 0, true, words, p + 3};
-    inverse::power_signed<W>(behind(rest, words_area<W>(2 * p + 9)), S, W{10}, -k, p, scratch, sink);
+// The division's precision: its quotient, cut to p + 2 words, is then off by less than one unit.
+constexpr u64 quotient_precision(u64 p) noexcept { return p + 2; }
 
+// Scratch of scaling down: the quotient, the power of ten, the division's words.
+template <class W>
+struct QuotientLayout {
+    u64 quotient, power, division;  // words
+    explicit QuotientLayout(u64 p)
+        : quotient(quotient_precision(p) + 2),
+          power(p + 3),
+          division(inverse::division_sizes<W>(quotient_precision(p), 1).scratch_words) {}
+    u64 power_bytes() const noexcept { return words_area<W>(quotient) + words_area<W>(power); }
+    u64 bytes() const noexcept { return power_bytes() + words_area<W>(division); }
+};
+
+// y := x / 10^k for k > 0, at the start of the scratch memory. An exact quotient comes out at or above its value.
+template <class W>
+BigFloat<W> scaled_down(const BasicParameters& params, const BigFloat<W>& x, u64 k, u64 p) {
+    const QuotientLayout<W> layout(p);
+    require_capacity(params.memory_bytes, layout.bytes(), "BigFloatR_pow_uW_sL_P()");
+    W* const quotient = static_cast<W*>(params.memory);
+    W* const power = static_cast<W*>(behind(params, words_area<W>(layout.quotient)).memory);
+    const BasicParameters behind_power = behind(params, layout.power_bytes());
+    const ProgressSink* sink = current_progress_sink();
+
+    BigFloat<W> P{power, 0, 0, true, power, layout.power};
+    inverse::power<W>(behind_power, P, W{10}, k, p, sink);
+    BigFloat<W> y{quotient, 0, 0, true, quotient, layout.quotient};
+    inverse::divide<W>(behind(params, layout.bytes()), y, x, P, quotient_precision(p),
+                       {static_cast<W*>(behind_power.memory), layout.division}, sink);
+    y.sign = true;
+    if (y.L <= p + 2) return y;
+    y.T += y.L - (p + 2);
+    y.exp += static_cast<i64>(y.L - (p + 2));
+    y.L = p + 2;
+    objects::add_one_unit(y);
+    return y;
+}
+
+// y := x * 10^k, p + 2 words at the start of the scratch memory.
+template <class W>
+BigFloat<W> scaled_up(const BasicParameters& params, const BigFloat<W>& x, u64 k, u64 p) {
+    require_capacity(params.memory_bytes, words_area<W>(p + 3), "BigFloatR_pow_uW_sL_P()");
+    W* const words = static_cast<W*>(params.memory);
+    BigFloat<W> S{words, 0, 0, true, words, p + 3};
+    inverse::power<W>(behind(params, words_area<W>(p + 3)), S, W{10}, k, p, current_progress_sink());
     const u64 n = std::min(S.L, p + 2);
     std::copy(S.T + (S.L - n), S.T + S.L, words);
     BigFloat<W> y{words, n, S.exp + static_cast<i64>(S.L - n), true, words, p + 2};
     objects::set_mul_ip(y, behind(params, words_area<W>(p + 2)), x, p);
     y.sign = true;
     return y;
+}
+
+// y := x / 10^k, at most p + 3 words in the first of the scratch memory.
+template <class W>
+BigFloat<W> scaled(const BasicParameters& params, const BigFloat<W>& x, i64 k, u64 p) {
+    if (k > 0) return scaled_down(params, x, static_cast<u64>(k), p);
+    if (k < 0) return scaled_up(params, x, static_cast<u64>(-k), p);
+    require_capacity(params.memory_bytes, words_area<W>(p + 2), location);
+    W* const words = static_cast<W*>(params.memory);
+    const u64 n = std::min(x.L, p + 2);
+    std::copy(x.T + (x.L - n), x.T + x.L, words);
+    return {words, n, x.exp + static_cast<i64>(x.L - n), true, words, p + 2};
 }
 
 // Digit words to characters, most significant first.
@@ -104,10 +147,10 @@ u64 decimal_core_bytes(u64 p, u64 n, u64 tasks) {
     RadixPlan<W> plan;
     plan_decimal(plan, n, tasks);
     const u64 products = inverse::transform_bytes<W>(2 * p + 6, tasks);
-    const u64 transforms = inverse::transform_bytes<W>(p + 9, tasks);
-    const u64 powers = words_area<W>(p + 3) + words_area<W>(2 * p + 9) + std::max(products, transforms);
-    const u64 scaling = words_area<W>(p + 2) + products;
-    return std::max({powers, scaling, digits_stage_bytes(plan, p)});
+    const u64 division = inverse::division_sizes<W>(quotient_precision(p), tasks).transform_bytes;
+    const QuotientLayout<W> layout(p);
+    const u64 scaling = std::max(layout.power_bytes() + products, layout.bytes() + division);
+    return std::max(scaling, digits_stage_bytes(plan, p));
 }
 
 template <class W>
@@ -137,7 +180,7 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
     u64 unit = has_unit ? y.T[y.L - 1] : 0;
     const u64 fraction_words = y.L - has_unit;
 
-    u8* memory = static_cast<u8*>(params.memory) + words_area<W>(p + 2);
+    u8* memory = static_cast<u8*>(params.memory) + words_area<W>(p + 4);
     W* const digit_words = reinterpret_cast<W*>(memory);
     memory += words_area<W>(n);
     if (fraction_words == 0) {

@@ -9,9 +9,8 @@
 namespace kvt::text {
 
 // The scratch of a conversion at precision p to n digit words. Three stages share the same memory:
-//   powers    S [p + 3], temporaries of the power and its reciprocal [2p + 9], products
-//   scaling   y [p + 2], one product
-//   digits    y [p + 2], digit words [n], the radix conversion
+//   scaling   y [p + 4], 10^k [p + 3], the division's words [2p + 15], products; or 10^-k [p + 3], one product
+//   digits    y [p + 4], digit words [n], the radix conversion
 template <class W>
 u64 decimal_core_bytes(u64 p, u64 n, u64 tasks);
 

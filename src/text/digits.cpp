@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "kernels/residue61.h"
+
 namespace kvt::text {
 namespace {
 
@@ -65,6 +67,37 @@ u64 read_digits(const char* text, unsigned count, bool& ok) noexcept {
     }
     for (; i < count; i += 8) value = 100000000 * value + read_eight(text + i, ok);
     return value;
+}
+
+DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept {
+    constexpr u64 ten_to_8 = 100'000'000, ten_to_16 = ten_to_8 * ten_to_8;
+    constexpr u64 ten_to_32 = kernels::residue_mul(ten_to_16, ten_to_16);
+    // residue * scale + value, for any value below 2^63; not reduced to the end, but below 2^62.
+    const auto append = [](u64 residue, u64 scale, u64 value) {
+        const u128 p = static_cast<u128>(residue) * scale + value;
+        return (static_cast<u64>(p) & kernels::residue_modulus) + static_cast<u64>(p >> 61);
+    };
+    u64 i = from, residue = 0;
+    bool ok = true;
+    for (; chars - i >= 32; i += 32) {
+        const u64 upper = read_eight(text + i, ok) * ten_to_8 + read_eight(text + i + 8, ok);
+        const u64 lower = read_eight(text + i + 16, ok) * ten_to_8 + read_eight(text + i + 24, ok);
+        if (!ok) break;
+        residue = append(residue, ten_to_32, append(upper, ten_to_16, lower));
+    }
+    u64 value = 0, scale = 1;
+    const auto take = [&] {
+        residue = append(residue, scale, value);
+        value = 0;
+        scale = 1;
+    };
+    for (; i < chars && text[i] >= '0' && text[i] <= '9'; ++i) {
+        value = 10 * value + static_cast<u64>(text[i] - '0');
+        scale *= 10;
+        if (scale == ten_to_16) take();
+    }
+    take();
+    return {i, kernels::residue_reduce(residue)};
 }
 
 }  // namespace kvt::text

@@ -15,6 +15,14 @@ char* write_digits_before(char* end, u64 value) noexcept;
 // meaningless.
 u64 read_digits(const char* text, unsigned count, bool& ok) noexcept;
 
+// The decimal digits from position `from` on: the first character that is none (chars where there is no such), and
+// the digits' value modulo 2^61 - 1.
+struct DigitRun {
+    u64 end;
+    u64 residue;
+};
+DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept;
+
 // Values of hexadecimal digits in either case; 255 for every other character.
 struct HexDigitTable {
     u8 value[256];

@@ -82,9 +82,6 @@ class Conversion {
                            u8* work) const {
         const u64 k = block.k, kept = lower.k;
         const multiply::TransformPlan& transform = level.transform;
-        u8* const rest = work + area_bytes(transform.operand_bytes);
-        level.engine->forward(transform, table_, multiply::operand_of(block.fraction, k), work, rest, tasks);
-        level.engine->multiply(transform, table_, work, level.power_transform, rest, tasks);
 
         // The words kept start at this bit of the product; before its lowest one where the fraction is short.
         const i64 first_bit = (static_cast<i64>(k) - static_cast<i64>(kept)) * static_cast<i64>(word_bits<W>) -
@@ -97,7 +94,9 @@ class Conversion {
         std::fill_n(out, below, W{0});
         const auto window =
             multiply::window_of(out + below, static_cast<u64>(std::max<i64>(first, 0)), count - below);
-        level.engine->inverse(transform, table_, work, window, nullptr, rest, tasks);
+        level.engine->product_keeping(transform, table_, level.power_transform, level.power_residue,
+                                      multiply::operand_of(block.fraction, k), work, window, false,
+                                      work + area_bytes(transform.operand_bytes), tasks);
         if (shift == 0) return;
         for (u64 i = 0; i < kept; ++i)
             out[i] = static_cast<W>(out[i] >> shift | out[i + 1] << (word_bits<W> - shift));

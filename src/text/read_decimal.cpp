@@ -79,14 +79,10 @@ class Reading {
     u64 multiply_by_power(const RadixLevel<W>& level, W* upper, u64 n, u64 tasks, u8* work) const {
         if (n == 0) return 0;
         const multiply::TransformPlan& transform = level.transform;
-        u8* const rest = work + area_bytes(transform.operand_bytes);
-        const multiply::Residue residue =
-            level.engine->forward(transform, table_, multiply::operand_of(upper, n), work, rest, tasks);
-        const multiply::Residue expected{kernels::residue_mul(residue.value, level.power_residue.value)};
-        level.engine->multiply(transform, table_, work, level.power_transform, rest, tasks);
         const u64 product = n + level.power_length;
-        level.engine->inverse(transform, table_, work, multiply::window_of(upper, 0, product), &expected, rest,
-                              tasks);
+        level.engine->product_keeping(transform, table_, level.power_transform, level.power_residue,
+                                      multiply::operand_of(upper, n), work, multiply::window_of(upper, 0, product),
+                                      true, work + area_bytes(transform.operand_bytes), tasks);
         return objects::trimmed_length(upper, product);
     }
 
@@ -115,26 +111,6 @@ class Reading {
 };
 
 }  // namespace
-
-DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept {
-    constexpr u64 ten_to_16 = 10'000'000'000'000'000;
-    const auto append = [](u64 residue, u64 scale, u64 value) {
-        return kernels::residue_add(kernels::residue_mul(residue, scale), kernels::residue_reduce(value));
-    };
-    u64 i = from, residue = 0;
-    bool ok = true;
-    for (; chars - i >= 16; i += 16) {
-        const u64 value = read_digits(text + i, 16, ok);
-        if (!ok) break;
-        residue = append(residue, ten_to_16, value);
-    }
-    u64 value = 0, scale = 1;
-    for (; i < chars && text[i] >= '0' && text[i] <= '9'; ++i) {
-        value = 10 * value + static_cast<u64>(text[i] - '0');
-        scale *= 10;
-    }
-    return {i, append(residue, scale, value)};
-}
 
 void raise_invalid_character(const char* where, u64 position) {
     raise_parse_error(where, "Invalid character at position " + to_decimal(position) + ".");

@@ -25,14 +25,6 @@ u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digit
 template <class W>
 void set_string_dec(const BasicParameters& params, objects::BigInt<W>& out, const char* text, u64 chars);
 
-// The decimal digits from position `from` on: the first character that is none (chars where there is no such), and
-// the digits' value modulo 2^61 - 1.
-struct DigitRun {
-    u64 end;
-    u64 residue;
-};
-DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept;
-
 [[noreturn]] void raise_invalid_character(const char* location, u64 position);
 
 }  // namespace kvt::text
