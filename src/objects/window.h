@@ -55,10 +55,23 @@ struct PlacedPair {
     }
 };
 
+// Neither operand, from its word at bottom on, lies shifted against the result.
+template <class W>
+bool apart_or_same(const W* out, const Span<W>& A, const Span<W>& B, i64 bottom) noexcept {
+    auto fits = [&](const W* X, i64 high) {
+        const u64 n = static_cast<u64>(high - bottom);
+        return X == out || !overlap(out, n, X, n);
+    };
+    return fits(A.at(bottom), A.high) && fits(B.at(bottom), B.high);
+}
+
 // out[0 .. top - bottom) = the window's words of A + B; returns the carry.
 template <class W>
 u32 add_window(W* out, const Span<W>& A, const Span<W>& B, i64 bottom, i64 top) noexcept {
     u32 carry = 0;
+    // Numbers that fill the window: finding the parts takes longer than short sums.
+    if (A.high == top && B.high == top && A.low <= bottom && B.low <= bottom && apart_or_same(out, A, B, bottom))
+        return kernels::add_nr(out, A.at(bottom), B.at(bottom), static_cast<u64>(top - bottom), 0);
     for (i64 at = bottom; at < top;) {
         const i64 end = part_end(A, B, at, top);
         const u64 n = static_cast<u64>(end - at);
@@ -84,6 +97,8 @@ u32 add_window(W* out, const Span<W>& A, const Span<W>& B, i64 bottom, i64 top) 
 template <class W>
 u32 sub_window(W* out, const Span<W>& A, const Span<W>& B, i64 bottom, i64 top) noexcept {
     u32 borrow = 0;
+    if (A.high == top && B.high == top && A.low <= bottom && B.low <= bottom && apart_or_same(out, A, B, bottom))
+        return kernels::sub_nr(out, A.at(bottom), B.at(bottom), static_cast<u64>(top - bottom), 0);
     for (i64 at = bottom; at < top;) {
         const i64 end = part_end(A, B, at, top);
         const u64 n = static_cast<u64>(end - at);
