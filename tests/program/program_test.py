@@ -275,6 +275,7 @@ class Program(unittest.TestCase):
     def test_constants_are_told_what_is_wrong(self):
         self.rejected("log is there for 2 and 10", "log", "3", "10")
         self.rejected("at least one digit", "pi", "0")
+        self.rejected("at most 1000000000000000 digits", "pi", str(2**64 - 1))
         missing = str(pathlib.PurePath("nowhere", "out"))
         done = self.run_program("pi", "1000000000", "-o", missing)  # told before anything is computed
         self.assertEqual((done.returncode, done.stdout), (2, b""))

@@ -16,6 +16,7 @@ constexpr double digits_per_hex_digit = 1.2041199826559248;  // log10(16)
 constexpr std::uint64_t guard_digits = 12;
 constexpr std::uint64_t terminal_digits = 10'000;  // more go into a file
 constexpr std::uint64_t last_digits = 50;
+constexpr std::uint64_t most_digits = 1'000'000'000'000'000;
 
 double decimal_digits(const ComputeRequest& request) {
     return static_cast<double>(request.digits) * (request.hex ? digits_per_hex_digit : 1.0) + 2 * guard_digits;
@@ -145,6 +146,7 @@ std::uint64_t memory_foreseen(const Constant& constant, const ComputeRequest& re
 
 void compute(const Constant& constant, const ComputeRequest& request) {
     if (request.digits == 0) throw UserError("at least one digit");
+    if (request.digits > most_digits) throw UserError(fmt::format("at most {} digits", most_digits));
     const std::uint64_t foreseen = memory_foreseen(constant, request);
     if (request.memory_limit != 0 && foreseen > request.memory_limit)
         throw UserError(fmt::format("{} digits need {}, more than the limit of {}", request.digits,

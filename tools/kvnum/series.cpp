@@ -244,7 +244,7 @@ std::uint64_t terms_needed(const Series& series, double digits) {
     double high = 16;
     while (digits_after(series, high) < goal) {
         high *= 2;
-        if (high > 1e15) throw UserError("the series does not converge fast enough");
+        if (high > 1e17) throw UserError("the series does not converge fast enough");
     }
     double low = high / 2;
     while (high - low > 0.5) {
