@@ -95,16 +95,20 @@ void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, cons
     const BasicParameters params{&table, memory, scratch_bytes, tasks};
     const u64 low_a = std::min(job.LA, d), low_b = std::min(job.LB, d);
     if (job.B == nullptr)
-        run<W>(*fold.rung, params, location, {job.A, low_a, C + n, 0, d}, false);
+        run<W>(*fold.low_rung, params, location, {job.A, low_a, C + n, 0, d}, false);
     else
-        run<W>(*fold.rung, params, location, {job.A, low_a, job.B, low_b, C + n, 0, d}, false);
+        run<W>(*fold.low_rung, params, location, {job.A, low_a, job.B, low_b, C + n, 0, d}, false);
     const W low = C[n];
 
     u8* work = memory + fold.transform.operand_bytes;
     const Operand b = operand_of(job.B, job.B == nullptr ? 0 : job.LB);
     const Residue a_residue = engine.forward(fold.transform, table, operand_of(job.A, job.LA), memory, work, tasks);
-    engine.product(fold.transform, table, memory, a_residue, b, window_of(C, 0, n + 1), false, work, tasks);
-    unfold(C, n, d, low);
+    const bool sum = fold.transform.wrap_sign == 1;
+    engine.product(fold.transform, table, memory, a_residue, b, window_of(C, 0, sum ? n : n + 1), false, work, tasks);
+    if (sum)
+        unfold_sum(C, n, d);
+    else
+        unfold(C, n, d, low);
 
     const u64 b_residue = job.B == nullptr ? a_residue.value : kernels::residue_of(b.bytes, b.n);
     const Operand product = operand_of(C, n + d);
@@ -126,7 +130,7 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
         const u64 transformed = job.B == nullptr ? transform.square : transform.product;
         u64 least = std::min(direct, transformed);
         if (direct > transformed / 4 * 3)
-            fold = plan_fold<W>(rung, whole, job.LA, job.LB, job.B == nullptr, least, place.scratch_bytes);
+            fold = plan_fold<W>(rung, whole, job.LA, job.LB, job.B == nullptr, least, place.scratch_bytes, tasks);
         if (fold.rung != nullptr) least = fold.cost;
         // No number of blocks makes up for a direct product that is far cheaper than one transform.
         if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)

@@ -18,6 +18,7 @@ struct EngineRung {
     u64 scalar_percent, avx2_percent;  // of that cost, at the lower levels
     const EngineRung* shorter;         // the next lower rung, or null
     u64 direct_bits = 0;               // up to so many bits a direct product wins on every machine
+    u64 odd_percent = 100;             // of that cost, where the points are not a power of two
 };
 
 template <class W>

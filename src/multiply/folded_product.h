@@ -1,7 +1,7 @@
 #pragma once
-// Products a little longer than a transform that wraps with a minus sign. The transform gives lo - hi modulo 2^N + 1,
-// where hi stands for the d words above the N bits; formed once more by themselves, the lowest d words of the product
-// tell hi. Where lengths of transforms are far apart that costs less than the next one.
+// Products a little longer than a transform that wraps. The transform gives lo - s hi modulo 2^N + s, s its sign
+// turned, where hi stands for the d words above the N bits; formed once more by themselves, the lowest d words of the
+// product tell hi. Where lengths of transforms are far apart that costs less than the next one.
 
 #include "multiply/engine_algorithm.h"
 
@@ -10,7 +10,8 @@ namespace kvt::multiply {
 // rung is null where folding does not pay.
 struct FoldPlan {
     const EngineRung* rung = nullptr;
-    TransformPlan transform;  // of the N bits
+    const EngineRung* low_rung = nullptr;  // forms the lowest words
+    TransformPlan transform;               // of the N bits
     u64 cost = 0;
 };
 
@@ -18,7 +19,7 @@ struct FoldPlan {
 // less than `least` and its scratch fits.
 template <class W>
 FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u64 LB, bool square, u64 least,
-                   u64 scratch_bytes) noexcept;
+                   u64 scratch_bytes, u64 tasks = 1) noexcept;
 
 // The longest product in bits that the rung above one which reaches `bits` leaves to folding.
 constexpr u64 longest_fold_bits(u64 bits) { return bits + bits / 2; }
@@ -27,5 +28,10 @@ constexpr u64 longest_fold_bits(u64 bits) { return bits + bits / 2; }
 // hold the lowest d <= n words of the product. Leaves the product in C[0..n+d).
 template <class W>
 void unfold(W* C, u64 n, u64 d, W low) noexcept;
+
+// The same where C[0..n) holds lo + hi modulo 2^N - 1 and C[n..n+d) the lowest d words. The factors have more than d
+// words each.
+template <class W>
+void unfold_sum(W* C, u64 n, u64 d) noexcept;
 
 }  // namespace kvt::multiply

@@ -1,4 +1,4 @@
-// Products folded over a transform that wraps with a minus sign, formed by a slow engine whose lengths are far apart.
+// Products folded over a transform that wraps with either sign, formed by slow engines whose lengths are far apart.
 
 #include "multiply/folded_product.h"
 
@@ -88,12 +88,27 @@ TEST(FoldedProduct, IsExactForEveryOperand) {
     }
 }
 
+TEST(FoldedProduct, IsExactOverTheLongRungsOwnLengths) {
+    Rng rng(93);
+    for (u64 excess : {1, 2, 60}) {
+        const u64 total = 2000 + excess;
+        ASSERT_TRUE(folds(long_rung, total - total / 2, total / 2, false));
+        for (Pattern a : hard_patterns)
+            for (Pattern b : {a, Pattern::random}) {
+                check<u64>(long_rung, total - total / 2, total / 2, a, b, rng);
+                check<u32>(long_rung, total - total / 3, total / 3, b, a, rng);
+            }
+    }
+}
+
 TEST(FoldedProduct, IsChosenWhereItPays) {
     EXPECT_TRUE(folds(short_rung, 401, 400, true));
     EXPECT_FALSE(folds(short_rung, 400, 400, false)) << "fits";
     EXPECT_FALSE(folds(short_rung, 810, 20, false)) << "an operand longer than the transform";
     EXPECT_FALSE(folds(short_rung, 590, 590, false)) << "nearly the next length";
-    EXPECT_FALSE(folds(long_rung, 601, 600, false)) << "beyond what scratch is asked for";
+    EXPECT_TRUE(folds(long_rung, 601, 600, false)) << "over a length of its own";
+    EXPECT_FALSE(folds(long_rung, 1040, 30, false)) << "an operand longer than the transform";
+    EXPECT_FALSE(folds(long_rung, 700, 700, false)) << "nearly the next length";
     const TransformPlan whole = short_rung.source().plan(64 * 801);
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, ~u64{0}, 1000).rung, nullptr) << "no scratch";
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, 1000, ~u64{0}).rung, nullptr) << "costs more";
@@ -113,6 +128,23 @@ TEST(FoldedProduct, TellsTheUpperWordsAtTheTurn) {
     std::vector<u64> C{~u64{0}, ~u64{0}, ~u64{0}, ~u64{0}, 0, 7};
     unfold<u64>(C.data(), 4, 2, low);
     EXPECT_EQ(C, (std::vector<u64>{low, 7, 0, 0, 0, 8}));
+}
+
+// lo + hi = 2^N - 1, which a cyclic transform may give as zero, and its neighbours.
+TEST(FoldedProduct, TellsTheUpperWordsOfASumAtTheTurn) {
+    const u64 ones = ~u64{0};
+    const std::vector<u64> want{ones - 5, ones - 7, ones, ones, 5, 7};
+    for (const u64 word : {u64{0}, ones}) {
+        std::vector<u64> C{word, word, word, word, ones - 5, ones - 7};
+        unfold_sum<u64>(C.data(), 4, 2);
+        EXPECT_EQ(C, want);
+    }
+    std::vector<u64> C{1, 0, 0, 0, ones - 4, ones - 7};  // lo + hi = 2^N
+    unfold_sum<u64>(C.data(), 4, 2);
+    EXPECT_EQ(C, (std::vector<u64>{ones - 4, ones - 7, ones, ones, 5, 7}));
+    C = {ones - 1, ones, ones, ones, ones - 6, ones - 7};  // 2^N - 2
+    unfold_sum<u64>(C.data(), 4, 2);
+    EXPECT_EQ(C, (std::vector<u64>{ones - 6, ones - 7, ones, ones, 5, 7}));
 }
 
 TEST(FoldedProduct, DamageIsNotReturned) {

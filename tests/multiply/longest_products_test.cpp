@@ -68,7 +68,8 @@ TEST(LongestProducts, AtEveryRowsCapacityAndAWordMore) {
         const u64 bits = ntt32::row_of(number).capacity_bits();
         if (bits <= previous || bits > u64{1} << 28) continue;  // the lists overlap
         previous = bits;
-        for (u64 total : {bits / 64, bits / 64 + 1}) check(total, hard_patterns[rng.below(6)], 1 + number % 2, rng);
+        for (u64 total : {bits / 64, bits / 64 + 1, bits / 64 + bits / 64 / 40})
+            check(total, hard_patterns[rng.below(6)], 1 + number % 3, rng);
     }
 }
 

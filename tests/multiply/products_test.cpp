@@ -101,6 +101,18 @@ TEST(LargeProducts, AreExactBeyondEveryLengthOfTheFft) {
     }
 }
 
+// A little more than rows of the 31-bit transforms hold, with any number of tasks.
+TEST(LargeProducts, AreExactBeyondRowsOfThe31BitTransforms) {
+    if (!KVNUM_HAVE_GMP) GTEST_SKIP() << "no fast oracle";
+    Rng rng(105);
+    for (u64 full : {24'576, 32'768, 49'152})
+        for (u64 total : {full + 1, full + 2, full + full / 100, full + full / 25})
+            for (u64 LB : {total / 2, total / 3}) {
+                check<u64>(total - LB, LB, rng);
+                check<u32>(total - LB, LB, rng);
+            }
+}
+
 // An output that starts inside the longer operand: every way of forming the product reads before it stores.
 TEST(LargeProducts, WindowsMayOverlapTheOperands) {
     Rng rng(103);
