@@ -37,8 +37,10 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
     const TransformPlan plan = plan_below(*folding, bits);
     if (plan.wrap_sign == 0 || plan.wrap_bits >= bits || plan.wrap_bits % word_bits<W> != 0) return {};
     const u64 n = plan.wrap_bits / word_bits<W>, d = LA + LB - n;
-    if (LA > n || d > n / 2 || product_scratch_bytes(plan, tasks) > scratch_bytes) return {};
-    if (plan.wrap_sign == 1 && LB <= d) return {};
+    // A quarter of the length is what the lowest words' scratch surely fits where a shorter rung ends.
+    const bool sum = plan.wrap_sign == 1;
+    if (LA > n || d > n / (sum ? 8 : 2) || (sum && LB <= d)) return {};
+    if (product_scratch_bytes(plan, tasks) > scratch_bytes) return {};
 
     const TransformCost cost = transform_cost(*folding, plan);
     // The linear passes, and the check that the transform cannot make.

@@ -106,7 +106,8 @@ TEST(FoldedProduct, IsChosenWhereItPays) {
     EXPECT_FALSE(folds(short_rung, 400, 400, false)) << "fits";
     EXPECT_FALSE(folds(short_rung, 810, 20, false)) << "an operand longer than the transform";
     EXPECT_FALSE(folds(short_rung, 590, 590, false)) << "nearly the next length";
-    EXPECT_TRUE(folds(long_rung, 601, 600, false)) << "over a length of its own";
+    EXPECT_TRUE(folds(long_rung, 1101, 1100, false)) << "over a length of its own";
+    EXPECT_FALSE(folds(long_rung, 1301, 1300, false)) << "too much to fold";
     EXPECT_FALSE(folds(long_rung, 1040, 30, false)) << "an operand longer than the transform";
     EXPECT_FALSE(folds(long_rung, 700, 700, false)) << "nearly the next length";
     const TransformPlan whole = short_rung.source().plan(64 * 801);
