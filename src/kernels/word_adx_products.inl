@@ -21,7 +21,7 @@ constexpr ShortRows short_row_products[] = {
     short_rows<14>, short_rows<15>, short_rows<16>, short_rows<17>, short_rows<18>, short_rows<19>, short_rows<20>,
     short_rows<21>, short_rows<22>, short_rows<23>, short_rows<24>};
 
-void long_rows(Byte* C, const Byte* A, u64 LA, const Byte* B, u64 LB) noexcept {
+[[gnu::noinline]] void long_rows(Byte* C, const Byte* A, u64 LA, const Byte* B, u64 LB) noexcept {
     store(C + 8 * LA, mul(C, A, LA, load(B), 0));
     if (LB > 1) add_rows<0, 1>(C + 8, A, LA, B + 8, LB - 1);
 }

@@ -34,6 +34,13 @@ bool overlap(const W* A, u64 LA, const W* B, u64 LB) {
     return A < B + LB && B < A + LA;
 }
 
+// Apart, so that the shortest products save no registers for it.
+template <class W>
+[[gnu::noinline]] void multiply_rows(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B, u64 LB) {
+    require_scratch(params, kernels::direct_multiply_scratch_bytes<W>(LA, LB));
+    kernels::direct_multiply(C, A, LA, B, LB, params.memory);
+}
+
 }  // namespace
 
 template <class W>
@@ -57,8 +64,7 @@ void BasecaseAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W
                                     u64 LB) const {
     // One or two rows: at every level schoolbook products, which need no scratch.
     if (std::min(LA, LB) <= 2) return kernels::mulB(C, A, LA, B, LB);
-    require_scratch(params, kernels::direct_multiply_scratch_bytes<W>(LA, LB));
-    kernels::direct_multiply(C, A, LA, B, LB, params.memory);
+    multiply_rows(params, C, A, LA, B, LB);
 }
 
 template <class W>

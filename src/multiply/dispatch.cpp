@@ -20,11 +20,9 @@ void sqr_p(const BasicParameters& params, W* C, const W* A, u64 L) {
 template <class W>
 void mul_p(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B, u64 LB) {
     const auto& algorithm = threshold_table<W>().select(saturating_sum(LA, LB));
-    if (LA == 0 || LB == 0) {
+    if (LA == 0 || LB == 0) [[unlikely]]
         std::fill_n(C, LA + LB, W{0});
-        return;
-    }
-    if (A == B && LA == LB)
+    else if (A == B && LA == LB)
         algorithm.square(params, C, A, LA);
     else
         algorithm.multiply(params, C, A, LA, B, LB);

@@ -20,30 +20,21 @@ constexpr ThresholdTable<W> build(std::span<const ThresholdLimit> limits) {
     return table;
 }
 
-// Ready before any code of the library runs: the compiler builds the tables, checks included.
-constinit ThresholdTable<u32> table32 = build<u32>(defaults);
-constinit ThresholdTable<u64> table64 = build<u64>(defaults);
-
 }  // namespace
 
-template <>
-const ThresholdTable<u32>& threshold_table<u32>() noexcept {
-    return table32;
-}
-template <>
-const ThresholdTable<u64>& threshold_table<u64>() noexcept {
-    return table64;
-}
+// Ready before any code of the library runs: the compiler builds the tables, checks included.
+constinit ThresholdTable<u32> detail::table32 = build<u32>(defaults);
+constinit ThresholdTable<u64> detail::table64 = build<u64>(defaults);
 
 std::span<const ThresholdLimit> default_limits() noexcept { return defaults; }
 
 template <>
 void rebuild_threshold_table<u32>(std::span<const ThresholdLimit> limits) {
-    table32 = build<u32>(limits);
+    detail::table32 = build<u32>(limits);
 }
 template <>
 void rebuild_threshold_table<u64>(std::span<const ThresholdLimit> limits) {
-    table64 = build<u64>(limits);
+    detail::table64 = build<u64>(limits);
 }
 
 }  // namespace kvt::multiply

@@ -54,9 +54,19 @@ class ThresholdTable {
     unsigned count_ = 0;
 };
 
+namespace detail {
+extern ThresholdTable<u32> table32;
+extern ThresholdTable<u64> table64;
+}  // namespace detail
+
 // The table in use. Read-only while products run.
 template <class W>
-const ThresholdTable<W>& threshold_table() noexcept;
+const ThresholdTable<W>& threshold_table() noexcept {
+    if constexpr (sizeof(W) == 4)
+        return detail::table32;
+    else
+        return detail::table64;
+}
 
 std::span<const ThresholdLimit> default_limits() noexcept;
 
