@@ -1,7 +1,6 @@
 #include "kernels/karatsuba.h"
 
 #include <cstring>
-#include <type_traits>
 #include <utility>
 
 namespace kvt::kernels {
@@ -9,12 +8,9 @@ namespace kvt::kernels {
 u64 karatsuba_mul_threshold = 18;
 u64 karatsuba_sqr_threshold = 19;
 u64 karatsuba_adx_mul_threshold = 25;
-u64 karatsuba_adx_sqr_threshold = 48;
+u64 karatsuba_adx_sqr_threshold = 38;
 
 namespace {
-
-template <class W>
-using SignedDoubleWord = std::conditional_t<sizeof(W) == 8, i128, i64>;
 
 template <class W>
 void copy(W* C, const W* A, u64 n) noexcept {
@@ -37,43 +33,18 @@ bool half_difference(W* D, const W* A, u64 l, u64 h) noexcept {
     return smaller;
 }
 
-// Adds a signed carry at C and ripples it through n words; modulo the top, where the whole sum is exact.
-template <class W>
-void add_signed(W* C, u64 n, SignedDoubleWord<W> carry) noexcept {
-    for (u64 i = 0; i < n && carry != 0; ++i) {
-        carry += C[i];
-        C[i] = static_cast<W>(carry);
-        carry >>= word_bits<W>;
-    }
-}
-
-// C holds P0 = A0 B0 in 2l words and P1 = A1 B1 in 2h words; adds P0 + P1 -+ S at word l. One pass: the shared sum of
-// P0's upper and P1's lower half goes to the words l + i and 2l + i; two running signed carries, each within -1 .. 3.
+// C holds P0 = A0 B0 in 2l words and P1 = A1 B1 in 2h words; adds the middle term M = P0 + P1 -+ S, which is A0 B1 +
+// A1 B0, at word l. M takes the place of S, its top word that of a carry.
 template <class W, bool minus>
-void combine(W* C, const W* S, u64 l, u64 h) noexcept {
-    using Signed = SignedDoubleWord<W>;
-    Signed lower = 0, upper = 0;
-    const auto step = [&](u64 i, W top) {
-        const Signed shared = static_cast<Signed>(C[l + i]) + C[2 * l + i];
-        lower += shared + C[i];
-        upper += shared + top;
-        if constexpr (minus) {
-            lower -= S[i];
-            upper -= S[l + i];
-        } else {
-            lower += S[i];
-            upper += S[l + i];
-        }
-        C[l + i] = static_cast<W>(lower);
-        C[2 * l + i] = static_cast<W>(upper);
-        lower >>= word_bits<W>;
-        upper >>= word_bits<W>;
-    };
-    const u64 both = 2 * h - l;  // P1's upper half ends here: at l, or two words before it
-    for (u64 i = 0; i < both; ++i) step(i, C[3 * l + i]);
-    for (u64 i = both; i < l; ++i) step(i, 0);
-    add_signed(C + 2 * l, 2 * h, lower);
-    add_signed(C + 3 * l, both, upper);
+void combine(W* C, W* S, u64 l, u64 h) noexcept {
+    const u32 first = minus ? sub_nr(S, C, S, 2 * l, 0) : add_nr(S, C, S, 2 * l, 0);
+    const u32 second = add1_ir(S + 2 * h, 2 * (l - h), add_ir(S, C + 2 * l, 2 * h, 0));
+    const u32 third = add_ir(C + l, S, 2 * l, 0);
+    const u32 top = minus ? second + third - first : second + third + first;
+    if (top == 0) return;
+    W& word = C[3 * l];
+    word = static_cast<W>(word + top);
+    if (word < top) add1_ir(C + 3 * l + 1, 2 * h - l - 1, 1);
 }
 
 // C[0..n) += S[0..n), the carry rippled through the following words up to end.

@@ -38,9 +38,9 @@ u64 direct_cost(u64 LA, u64 LB, bool square) noexcept {
     }
     // Karatsuba beyond some 40 words of the shorter operand.
     const bool adx = word == WordLevel::adx;
-    const u64 column = adx ? 360 : 830;
+    const u64 column = adx ? 325 : 830;
     const u64 product = saturating_product(column * std::min(LB, 20 + LB / 2), LA);
-    return (square ? product * (adx ? 70 : 95) / 100 : product) + 1000 * total;
+    return (square ? product * (adx ? 73 : 95) / 100 : product) + 1000 * total;
 }
 
 TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) noexcept {
