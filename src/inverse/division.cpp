@@ -96,6 +96,10 @@ void divide_by_reciprocal(const BasicParameters& params, BigFloat<W>& out, const
         Phase<W> phase(sink, " - 1M - ", h);
         negative = quotient_residual(params, D, a, objects::top_words(b, p + 2), Q, known, p, h);
         objects::strip_top_zeros(residual);
+        // |D| < 8 * B^-(h+1) * |a|, truncations included.
+        const i64 limit = known - 3, top = objects::top_of(residual);
+        if (residual.L != 0 && top >= limit && (top > limit || residual.T[residual.L - 1] > largest_residual_word<W>))
+            fail_division(residual.T[residual.L - 1], objects::word_at(a, top - 1));
         same_D = {residual, location};
     }
 

@@ -133,8 +133,7 @@ void write_characters(char* out, const W* digit_words, u64 n, u64 tasks) {
     const u64 parts = std::clamp<u64>(n / words_per_task, 1, std::max<u64>(tasks, 1));
     Threads::run_parts(parts, [&](u64 part) {
         const auto share = Threads::share_of(n, parts, part);
-        for (u64 i = share.first; i < share.last; ++i)
-            write_digits(out + i * Decimal<W>::digits, digit_words[i], Decimal<W>::digits);
+        for (u64 i = share.first; i < share.last; ++i) write_digit_word(out + i * Decimal<W>::digits, digit_words[i]);
     });
 }
 

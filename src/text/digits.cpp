@@ -24,30 +24,28 @@ void write_eight(char* out, u32 value) noexcept {
     std::memcpy(out, &characters, 8);
 }
 
-// Eight characters; any byte that is no digit makes ok false (Mula, SIMD-ized digit checks, 2018).
-u64 read_eight(const char* text, bool& ok) noexcept {
-    u64 v;
-    std::memcpy(&v, text, 8);
-    ok &= ((v & 0xf0f0f0f0f0f0f0f0) | ((v + 0x0606060606060606) & 0xf0f0f0f0f0f0f0f0) >> 4) == 0x3333333333333333;
+// The value of eight characters, the first in the lowest byte.
+u64 value_of_eight(u64 v) noexcept {
     v &= 0x0f0f0f0f0f0f0f0f;
     v = (v * (10 * 256 + 1) >> 8) & 0x00ff00ff00ff00ff;
     v = (v * (100 * 65536 + 1) >> 16) & 0x0000ffff0000ffff;
     return v * (u64{10000} << 32 | 1) >> 32;
 }
 
-}  // namespace
-
-void write_digits(char* out, u64 value, unsigned count) noexcept {
-    unsigned left = count;
-    for (; left >= 8; left -= 8) {
-        write_eight(out + left - 8, static_cast<u32>(value % 100000000));
-        value /= 100000000;
-    }
-    for (; left > 0; --left) {
-        out[left - 1] = static_cast<char>('0' + value % 10);
-        value /= 10;
-    }
+u64 load_eight(const char* text) noexcept {
+    u64 v;
+    std::memcpy(&v, text, 8);
+    return v;
 }
+
+// Eight characters; any byte that is no digit makes ok false (Mula, SIMD-ized digit checks, 2018).
+u64 read_eight(const char* text, bool& ok) noexcept {
+    const u64 v = load_eight(text);
+    ok &= ((v & 0xf0f0f0f0f0f0f0f0) | ((v + 0x0606060606060606) & 0xf0f0f0f0f0f0f0f0) >> 4) == 0x3333333333333333;
+    return value_of_eight(v);
+}
+
+}  // namespace
 
 char* write_digits_before(char* end, u64 value) noexcept {
     do {
@@ -67,6 +65,37 @@ u64 read_digits(const char* text, unsigned count, bool& ok) noexcept {
     }
     for (; i < count; i += 8) value = 100000000 * value + read_eight(text + i, ok);
     return value;
+}
+
+template <>
+void write_digit_word(char* out, u64 value) noexcept {
+    constexpr u64 ten_to_8 = 100'000'000, ten_to_16 = ten_to_8 * ten_to_8;
+    const u32 top = static_cast<u32>(value / ten_to_16);
+    const u64 rest = value % ten_to_16;
+    // The three digits on top as the lower bytes of four; the fourth is written over.
+    const u32 hundreds = top * 41 >> 12, twos = top - 100 * hundreds, tens = twos * 103 >> 10;
+    const u32 characters = hundreds + (tens << 8) + ((twos - 10 * tens) << 16) + static_cast<u32>(zeros);
+    std::memcpy(out, &characters, 4);
+    write_eight(out + 3, static_cast<u32>(rest / ten_to_8));
+    write_eight(out + 11, static_cast<u32>(rest % ten_to_8));
+}
+
+template <>
+void write_digit_word(char* out, u32 value) noexcept {
+    *out = static_cast<char>('0' + value / 100'000'000);
+    write_eight(out + 1, value % 100'000'000);
+}
+
+template <>
+u64 read_digit_word(const char* text) noexcept {
+    constexpr u64 ten_to_8 = 100'000'000;
+    const u64 top = value_of_eight(load_eight(text) << 40);  // three digits behind five zeros
+    return (top * ten_to_8 + value_of_eight(load_eight(text + 3))) * ten_to_8 + value_of_eight(load_eight(text + 11));
+}
+
+template <>
+u32 read_digit_word(const char* text) noexcept {
+    return static_cast<u32>(text[0] - '0') * 100'000'000 + static_cast<u32>(value_of_eight(load_eight(text + 1)));
 }
 
 DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept {

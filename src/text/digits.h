@@ -5,15 +5,18 @@
 
 namespace kvt::text {
 
-// Writes exactly `count` decimal digits of value (below 10^count, count <= 19), leading zeros included.
-void write_digits(char* out, u64 value, unsigned count) noexcept;
-
 // Writes value without leading zeros, ending before end; returns the first character.
 char* write_digits_before(char* end, u64 value) noexcept;
 
 // Value of `count` decimal digits (count <= 19). ok becomes false when a character is no digit; the value is then
 // meaningless.
 u64 read_digits(const char* text, unsigned count, bool& ok) noexcept;
+
+// All digits of a digit word, 9 or 19, leading zeros included; reading takes the characters to be digits.
+template <class W>
+void write_digit_word(char* out, W value) noexcept;
+template <class W>
+W read_digit_word(const char* text) noexcept;
 
 // The decimal digits from position `from` on: the first character that is none (chars where there is no such), and
 // the digits' value modulo 2^61 - 1.

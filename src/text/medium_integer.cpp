@@ -72,7 +72,7 @@ constexpr Inverse inverses[] = {view(inverse_8), view(inverse_16), view(inverse_
 // Writes j digit words of the fraction [n words], the most significant first; true when one half is left.
 bool write_fraction(char* out, u64* fraction, u64 n, u64 j) noexcept {
     for (u64 i = 0; i < j; ++i) {
-        write_digits(out + digits * i, kernels::mul_ir(fraction, n, base, u64{0}), digits);
+        write_digit_word(out + digits * i, kernels::mul_ir(fraction, n, base, u64{0}));
         if (n > j + 1 - i) {
             ++fraction;
             --n;

@@ -19,12 +19,16 @@ constexpr u64 direct_block_bits = 160 * 64;
 // The lowest levels always run in one task.
 constexpr u64 sequential_levels = 8;
 
-// Words that the products of a level must hold without wrapping into what is kept.
+// Words that the products of a level must hold without wrapping into what is kept. With w words a digit word:
+//   writing  the block has at most block * w + 3 words and odd^s at most s * w - shift + 1; what is kept ends
+//            (block - s) * w + 3 words and the shift below the block's point: block * w + 6 words hold all from there up
+//   reading  the upper half has at most (block - s) * w + 1 words, odd^s as above
 template <class W>
-u64 block_words(const RadixPlan<W>& plan, u64 s) {
-    const double half = static_cast<double>(s);
-    if (plan.direction == Direction::write) return plan.fraction_words(2 * s) + 8;
-    return static_cast<u64>(half * (plan.words_per_digit + plan.words_per_odd)) + 4;
+u64 product_words(const RadixPlan<W>& plan, u64 block, u64 s) {
+    if (plan.direction == Direction::write) return plan.fraction_words(block) + 4;
+    return static_cast<u64>(static_cast<double>(block - s) * plan.words_per_digit +
+                            static_cast<double>(s) * plan.words_per_odd) +
+           3;
 }
 
 }  // namespace
@@ -45,18 +49,20 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
 
     plan.levels = 0;
     while (digit_words >> (plan.levels + 1) >= smallest_bottom) ++plan.levels;
-    plan.bottom = std::max<u64>((digit_words + (u64{1} << plan.levels) - 1) >> plan.levels, 1);
+    const auto halved = [&](u64 times) { return (digit_words + (u64{1} << times) - 1) >> times; };
+    plan.bottom = std::max<u64>(halved(plan.levels), 1);
     const u64 useful_depth = plan.levels > sequential_levels ? plan.levels - sequential_levels : 0;
     plan.parallel_depth = std::min<u64>(useful_depth, static_cast<u64>(std::bit_width(plan.tasks - 1)));
 
     for (u64 i = 0; i < plan.levels; ++i) {
         RadixLevel<W>& level = plan.level[i];
-        level.half_digit_words = plan.bottom << i;
+        level.half_digit_words = halved(plan.levels - i);
+        level.block_digit_words = halved(plan.levels - i - 1);
         level.power_words = static_cast<u64>(static_cast<double>(level.half_digit_words) * plan.words_per_odd) + 4;
         level.shift_bits = plan.twos * level.half_digit_words;
         level.power_transform = nullptr;
         // Both halves of a split use the level's one set-up.
-        const u64 words = block_words(plan, level.half_digit_words);
+        const u64 words = product_words(plan, level.block_digit_words, level.half_digit_words);
         level.engine = words * word_bits<W> <= direct_block_bits
                            ? &multiply::direct_engine()
                            : &multiply::threshold_table<W>().select(words).engine();
@@ -69,7 +75,9 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
 
 template <class W>
 u64 RadixPlan<W>::splitting_level(u64 m) const noexcept {
-    return static_cast<u64>(std::bit_width((m - 1) / bottom)) - 1;
+    u64 i = levels - 1;
+    while (level[i].half_digit_words >= m) --i;
+    return i;
 }
 
 template <class W>

@@ -2,8 +2,9 @@
 // The plan of a radix conversion: how blocks of digit words are split, which power of the base a split multiplies by,
 // and the transform that forms the product. Built once per conversion.
 //
-// The base r = odd << twos, so powers of the odd part alone are multiplied, and the twos are a shift. A split at
-// level i parts a block of up to 2s digit words, s = bottom << i, by r^s.
+// The base r = odd << twos, so powers of the odd part alone are multiplied, and the twos are a shift. The n digit words
+// are halved, rounding up, level by level: a split at level i parts a block of s+1 to 2s digit words by r^s, where
+// s = ceil(n / 2^(levels - i)), so that no transform is longer than n asks for.
 //   Writing: the lower half is the fraction of block * r^s; only its words are wanted, so the product may wrap, and
 //   the transform is no longer than the block. The upper half's digits are those of the block itself.
 //   Reading: the block is upper * r^s + lower.
@@ -19,9 +20,10 @@ enum class Direction { write, read };
 
 template <class W>
 struct RadixLevel {
-    u64 half_digit_words;  // s
-    u64 power_words;       // room for odd^s
-    u64 shift_bits;        // twos * s
+    u64 half_digit_words;   // s
+    u64 block_digit_words;  // of the longest blocks that are split here; the next level's s
+    u64 power_words;        // room for odd^s
+    u64 shift_bits;         // twos * s
     const multiply::TransformEngine* engine;
     multiply::TransformPlan transform;
     void* power_transform;  // filled by compute_powers()
@@ -39,7 +41,7 @@ struct RadixPlan {
     u64 digit_words;         // n
     double words_per_digit;  // log2(base) / word bits
     double words_per_odd;    // log2(odd) / word bits
-    u64 bottom;              // digit words of the largest blocks that are not split
+    u64 bottom;              // digit words of the longest blocks that are not split
     u64 levels;              // number of levels that split
     u64 parallel_depth;      // upper levels whose halves may run at the same time
     u64 tasks;

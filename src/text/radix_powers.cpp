@@ -7,6 +7,25 @@
 #include "multiply/transform_checks.h"
 
 namespace kvt::text {
+namespace {
+
+// x := x / divisor, which is odd and divides x; from the bottom, by the divisor's inverse modulo the word base
+// (Jebelean 1993).
+template <class W>
+void divide_exactly(W* x, u64 n, W divisor) noexcept {
+    W inverse = divisor;  // right in three bits; every step doubles them
+    for (unsigned bits = 3; bits < word_bits<W>; bits *= 2)
+        inverse = static_cast<W>(inverse * (2 - divisor * inverse));
+    W borrow = 0;
+    for (u64 i = 0; i < n; ++i) {
+        const W word = static_cast<W>(x[i] - borrow);
+        const bool under = x[i] < borrow;
+        x[i] = static_cast<W>(word * inverse);
+        borrow = static_cast<W>((static_cast<DoubleWord<W>>(x[i]) * divisor >> word_bits<W>)+under);
+    }
+}
+
+}  // namespace
 
 template <class W>
 void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* powers_memory, u8* work) {
@@ -38,6 +57,7 @@ void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* pow
         level.engine->inverse(transform, table, work, multiply::window_of(power, 0, 2 * n), &square, rest,
                               plan.tasks);
         n *= 2;
+        if (level.block_digit_words < 2 * level.half_digit_words) divide_exactly(power, n, plan.odd);
         while (power[n - 1] == 0) --n;
     }
 }

@@ -35,15 +35,21 @@ void plan_reading(RadixPlan<W>& plan, u64 digits, u64 tasks) {
 // counted from the least significant. Returns the length.
 template <class W>
 u64 read_rows(W* out, const char* end, u64 count, u64 first, u64 m) noexcept {
+    constexpr u64 width = Decimal<W>::digits;
     u64 n = 0;
-    for (u64 i = first + m; i-- > first;) {
-        const u64 below = i * Decimal<W>::digits;  // digits less significant than this word's
-        const u64 width = std::min<u64>(count - below, Decimal<W>::digits);
-        bool ok = true;
-        const u64 digit_word = read_digits(end - below - width, static_cast<unsigned>(width), ok);
-        const W carry = kernels::mul_ir(out, n, Decimal<W>::base, static_cast<W>(digit_word));
+    const auto append = [&](W digit_word) {
+        const W carry = kernels::mul_ir(out, n, Decimal<W>::base, digit_word);
         if (carry != 0) out[n++] = carry;
+    };
+    u64 i = first + m;
+    if (i * width > count) {  // the most significant digit word may be short
+        --i;
+        bool ok = true;
+        const char* const word_end = end - i * width;
+        const u64 digits = count - i * width;
+        append(static_cast<W>(read_digits(word_end - digits, static_cast<unsigned>(digits), ok)));
     }
+    while (i-- > first) append(read_digit_word<W>(end - (i + 1) * width));
     return n;
 }
 
@@ -87,20 +93,20 @@ class Reading {
     }
 
     // out [n words] += upper * 2^bits; returns the length.
-    static u64 add_shifted(W* out, u64 n, W* upper, u64 upper_n, u64 bits) noexcept {
+    static u64 add_shifted(W* out, u64 n, const W* upper, u64 upper_n, u64 bits) noexcept {
         if (upper_n == 0) return n;
         const u64 offset = bits / word_bits<W>;
-        const unsigned shift = bits % word_bits<W>;
-        if (shift != 0) {
-            const W carry = kernels::mul_ir(upper, upper_n, static_cast<W>(W{1} << shift), W{0});
-            if (carry != 0) upper[upper_n++] = carry;
-        }
-        const u64 end = std::max(n, offset + upper_n);
+        const W scale = static_cast<W>(W{1} << bits % word_bits<W>);
+        const u64 above = offset + upper_n, end = std::max(n, above);
         objects::zero_words(out + n, end - n);
-        const u32 carry = kernels::add_ir(out + offset, upper, upper_n, 0);
-        // The sum is below base^m, which the caller's words hold; a carry can only ripple inside them.
-        if (kernels::add1_ir(out + offset + upper_n, end - offset - upper_n, carry) == 0) return end;
-        out[end] = 1;
+        // The sum is below base^m, which the caller's words hold.
+        W carry = kernels::addmul_ir(out + offset, upper, upper_n, scale, W{0});
+        for (u64 i = above; carry != 0 && i < end; ++i) {
+            out[i] = static_cast<W>(out[i] + carry);
+            carry = out[i] < carry;
+        }
+        if (carry == 0) return end;
+        out[end] = carry;
         return end + 1;
     }
 

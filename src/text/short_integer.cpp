@@ -74,11 +74,11 @@ char* write_short_decimal(char* end, u64* words, u64 n) noexcept {
     while (n > passes) {
         u64 group[passes];
         divide_four(words, n, group);
-        for (u64 digit_word : group) write_digits(end -= digits, digit_word, digits);
+        for (u64 digit_word : group) write_digit_word(end -= digits, digit_word);
         n = trimmed(words, n);
     }
     while (n > 1 || (n == 1 && words[0] >= base)) {
-        write_digits(end -= digits, divide_one(words, n), digits);
+        write_digit_word(end -= digits, divide_one(words, n));
         n = trimmed(words, n);
     }
     return write_digits_before(end, n == 0 ? 0 : words[0]);

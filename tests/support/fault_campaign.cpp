@@ -63,13 +63,13 @@ FaultCounts FaultCampaign::run(u64 faults, Trial trial, void* context) {
 }
 
 void FaultCampaign::print_head() {
-    std::printf("%-22s %-28s %8s %8s %8s %8s %8s %8s\n", "operation", "fault in", "faults", "caught", "ended",
+    std::printf("%-28s %-24s %8s %8s %8s %8s %8s %8s\n", "operation", "fault in", "faults", "caught", "ended",
                 "harmless", "wrong", "crashed");
 }
 
 void FaultCampaign::print(const std::string& operation, const std::string& where, const FaultCounts& counts) {
     const auto number = [](u64 value) { return static_cast<unsigned long long>(value); };
-    std::printf("%-22s %-28s %8llu %8llu %8llu %8llu %8llu %8llu\n", operation.c_str(), where.c_str(),
+    std::printf("%-28s %-24s %8llu %8llu %8llu %8llu %8llu %8llu\n", operation.c_str(), where.c_str(),
                 number(counts.faults), number(counts.caught), number(counts.ended), number(counts.harmless),
                 number(counts.wrong), number(counts.crashed));
 }
