@@ -50,7 +50,7 @@ TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) 
     const u64 product = saturating_product(plan.operand_bytes / 8, per_unit) / 100 *
                         percent_at(rung, kernels::active_levels().vector);
     const u64 whole = product + fixed_transform_cost;
-    return {whole, whole / 100 * 72, whole / 10 * 7, whole / 10 * 3};
+    return {whole, whole / 100 * 72, whole / 100 * 82, whole / 100 * 27};
 }
 
 }  // namespace kvt::multiply
