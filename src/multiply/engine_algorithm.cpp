@@ -150,17 +150,6 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
     return true;
 }
 
-// Scratch of a product. Where the shorter rung ends there is room to fold: what its longest products have.
-u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) {
-    const u64 bytes = product_scratch_bytes(plan, tasks);
-    const EngineRung* shorter = rung.shorter;
-    if (shorter == nullptr || plan.min_bits <= shorter->block_bits ||
-        plan.min_bits > longest_fold_bits(shorter->block_bits))
-        return bytes;
-    const TransformPlan longest = shorter->source().plan(shorter->block_bits);
-    return longest.wrap_sign == -1 ? std::max(bytes, product_scratch_bytes(longest, 1)) : bytes;
-}
-
 // A product's plan, and its parameters, which are large enough.
 struct Checked {
     TransformPlan plan;

@@ -12,54 +12,75 @@ namespace {
 // Below, the choice itself costs too much.
 constexpr u64 shortest_fold_bits = 64 * 300;
 
-// The longest transform of a rung that is too short for a product of so many bits.
-TransformPlan plan_below(const EngineRung& rung, u64 bits) {
-    const TransformEngine& engine = rung.source();
-    if (bits > rung.block_bits) return engine.plan(rung.block_bits);
-    TransformPlan plan = engine.plan(bits / 4 * 3);
-    for (TransformPlan next = plan; next.capacity_bits < bits; next = engine.plan(next.capacity_bits + 1))
-        plan = next;
-    return plan;
+// A product to be folded, and what it may use.
+template <class W>
+struct Request {
+    u64 LA, LB;
+    bool square;
+    u64 scratch_bytes, tasks;
+
+    u64 cost_of(const TransformCost& cost) const { return square ? cost.square : cost.product; }
+};
+
+// Folded over `plan` of a rung; no rung where it cannot be.
+template <class W>
+FoldPlan fold_over(const EngineRung& rung, const TransformPlan& plan, const Request<W>& r) {
+    const u64 bits = (r.LA + r.LB) * word_bits<W>;
+    if (plan.wrap_sign == 0 || plan.wrap_bits >= bits || plan.wrap_bits % word_bits<W> != 0) return {};
+    const u64 n = plan.wrap_bits / word_bits<W>, d = r.LA + r.LB - n;
+    const bool sum = plan.wrap_sign == 1;
+    if (r.LA > n || d > n / (sum ? 4 : 2) || (sum && r.LB <= d)) return {};
+    if (product_scratch_bytes(plan, r.tasks) > r.scratch_bytes) return {};
+
+    const u64 low_a = std::min(r.LA, d), low_b = std::min(r.LB, d), low_bits = (low_a + low_b) * word_bits<W>;
+    const EngineRung* low_rung = &rung;
+    while (low_rung->shorter != nullptr && low_bits <= low_rung->shorter->block_bits) low_rung = low_rung->shorter;
+    const TransformPlan low_plan = low_rung->source().plan(low_bits);
+    if (one_shot_scratch_bytes(*low_rung, low_plan, r.tasks) > r.scratch_bytes) return {};
+    constexpr u64 halves = 8 / sizeof(W);
+    const u64 low = std::min(r.cost_of(transform_cost(*low_rung, low_plan)),
+                             direct_cost((low_a + halves - 1) / halves, (low_b + halves - 1) / halves, r.square));
+    // The linear passes, and the check that the transform cannot make.
+    const u64 linear = 150'000 + 400 * (bits / 64);
+    return {&rung, low_rung, plan, r.cost_of(transform_cost(rung, plan)) + linear + low};
 }
 
 }  // namespace
+
+u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) noexcept {
+    const u64 bytes = product_scratch_bytes(plan, tasks);
+    const EngineRung* shorter = rung.shorter;
+    if (shorter == nullptr || plan.min_bits <= shorter->block_bits ||
+        plan.min_bits > longest_fold_bits(shorter->block_bits))
+        return bytes;
+    const TransformPlan longest = shorter->source().plan(shorter->block_bits);
+    return longest.wrap_sign == -1 ? std::max(bytes, product_scratch_bytes(longest, 1)) : bytes;
+}
 
 template <class W>
 FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u64 LB, bool square, u64 least,
                    u64 scratch_bytes, u64 tasks) noexcept {
     const u64 bits = (LA + LB) * word_bits<W>;
     if (whole.wrap_sign == 0 || bits < shortest_fold_bits) return {};
-    // A shorter rung is folded over as far as it reaches.
-    const EngineRung* folding = rung.shorter;
-    if (folding == nullptr || bits > longest_fold_bits(folding->block_bits)) folding = &rung;
-    // Of the floating-point lengths, which are at most a quarter apart, the longer one has little to spare then.
-    if (folding == &rung && whole.wrap_sign == -1 && bits > whole.capacity_bits / 16 * 15) return {};
-    const TransformPlan plan = plan_below(*folding, bits);
-    if (plan.wrap_sign == 0 || plan.wrap_bits >= bits || plan.wrap_bits % word_bits<W> != 0) return {};
-    const u64 n = plan.wrap_bits / word_bits<W>, d = LA + LB - n;
-    // A quarter of the length is what the lowest words' scratch surely fits where a shorter rung ends.
-    const bool sum = plan.wrap_sign == 1;
-    if (LA > n || d > n / (sum ? 8 : 2) || (sum && LB <= d)) return {};
-    if (product_scratch_bytes(plan, tasks) > scratch_bytes) return {};
-
-    const TransformCost cost = transform_cost(*folding, plan);
-    // The linear passes, and the check that the transform cannot make.
-    const u64 linear = 150'000 + 400 * (bits / 64);
-    const u64 whole_cost = (square ? cost.square : cost.product) + linear;
-    if (whole_cost >= least) return {};
-    const u64 low_a = std::min(LA, d), low_b = std::min(LB, d);
-    const u64 low_bits = (low_a + low_b) * word_bits<W>;
-    const EngineRung* low_rung = folding;
-    while (low_rung->shorter != nullptr && low_bits <= low_rung->shorter->block_bits) low_rung = low_rung->shorter;
-    const TransformPlan low_plan = low_rung->source().plan(low_bits);
-    if (product_scratch_bytes(low_plan, tasks) > scratch_bytes) return {};
-    constexpr u64 halves = 8 / sizeof(W);
-    const TransformCost low_cost = transform_cost(*low_rung, low_plan);
-    const u64 low = std::min(square ? low_cost.square : low_cost.product,
-                             direct_cost((low_a + halves - 1) / halves, (low_b + halves - 1) / halves, square));
-    // Estimates err by some percent.
-    if (whole_cost + low >= least / 100 * 95) return {};
-    return {folding, low_rung, plan, whole_cost + low};
+    const Request<W> request{LA, LB, square, scratch_bytes, tasks};
+    FoldPlan best;
+    const auto consider = [&](const FoldPlan& fold) {
+        // Estimates err by some percent.
+        if (fold.rung == nullptr || fold.cost >= least / 100 * 95) return;
+        if (best.rung == nullptr || fold.cost < best.cost) best = fold;
+    };
+    const EngineRung* shorter = rung.shorter;
+    if (shorter != nullptr && bits <= longest_fold_bits(shorter->block_bits)) {
+        consider(fold_over(*shorter, shorter->source().plan(shorter->block_bits), request));
+        return best;
+    }
+    // Of the floating-point lengths, which are at most a quarter apart, the longer one has little to spare.
+    if (whole.wrap_sign == -1 && bits > whole.capacity_bits / 16 * 15) return {};
+    const TransformEngine& engine = rung.source();
+    for (TransformPlan plan = engine.plan(bits / 4 * 3); plan.capacity_bits < bits;
+         plan = engine.plan(plan.capacity_bits + 1))
+        consider(fold_over(rung, plan, request));
+    return best;
 }
 
 template <class W>

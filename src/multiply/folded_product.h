@@ -24,6 +24,9 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
 // The longest product in bits that the rung above one which reaches `bits` leaves to folding.
 constexpr u64 longest_fold_bits(u64 bits) { return bits + bits / 2; }
 
+// Scratch of a product. Where the shorter rung ends there is room to fold: what its longest products have.
+u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) noexcept;
+
 // C[0..n] holds lo - hi modulo 2^N + 1, n words of N bits and the word above them; C[n+1..n+d) and `low` (its word 0)
 // hold the lowest d <= n words of the product. Leaves the product in C[0..n+d).
 template <class W>

@@ -108,7 +108,7 @@ TEST(FoldedProduct, IsChosenWhereItPays) {
     EXPECT_FALSE(folds(short_rung, 810, 20, false)) << "an operand longer than the transform";
     EXPECT_FALSE(folds(short_rung, 590, 590, false)) << "nearly the next length";
     EXPECT_TRUE(folds(long_rung, 1101, 1100, false)) << "over a length of its own";
-    EXPECT_FALSE(folds(long_rung, 1301, 1300, false)) << "too much to fold";
+    EXPECT_FALSE(folds(long_rung, 1301, 1300, false)) << "more than a quarter";
     EXPECT_FALSE(folds(long_rung, 1040, 30, false)) << "an operand longer than the transform";
     EXPECT_FALSE(folds(long_rung, 700, 700, false)) << "nearly the next length";
     const TransformPlan whole = short_rung.source().plan(64 * 801);
