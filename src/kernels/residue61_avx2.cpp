@@ -50,24 +50,48 @@ u64 fold(const Sums& sums) noexcept {
     return reduce((static_cast<u128>(sums.highs.total()) << 32) + lows.total());
 }
 
+// From byte n on a mask of the last n of 64 bytes.
+struct TailMasks {
+    unsigned char bytes[128] = {};
+    constexpr TailMasks() {
+        for (int i = 64; i < 128; ++i) bytes[i] = 0xff;
+    }
+};
+alignas(64) constexpr TailMasks tail_masks;
+
+// The last n < 64 of at least 64 bytes, which end at `end`.
+u64 tail_residue(const unsigned char* end, u64 n) noexcept {
+    const auto* v = reinterpret_cast<const __m256i_u*>(end - 64);
+    const auto* mask = reinterpret_cast<const __m256i_u*>(tail_masks.bytes + n);
+    Sums sums;
+    sums.words = {_mm256_and_si256(_mm256_loadu_si256(v), _mm256_loadu_si256(mask)),
+                  _mm256_and_si256(_mm256_loadu_si256(v + 1), _mm256_loadu_si256(mask + 1))};
+    sums.highs = sums.words.high_halves();
+    // They stand 64 - n bytes too high.
+    const u64 shifted = fold(sums), k = 8 * (64 - n) % 61;
+    return shifted >> k | (shifted << (61 - k) & modulus);
+}
+
 u64 residue(const void* bytes, u64 n) noexcept {
     const auto* p = static_cast<const unsigned char*>(bytes);
-    u64 total = 0;
-    for (;;) {
+    if (n < 64) {
+        const Tail tail(p, n);
         Sums sums;
-        const u64 blocks = whole_blocks(n, blocks_per_fold - 2);
+        sums.add_block(tail.bytes);
+        sums.add_block(tail.bytes + block_bytes);
+        return fold(sums);
+    }
+    u64 total = 0;
+    do {
+        Sums sums;
+        const u64 blocks = whole_blocks(n, blocks_per_fold);
 #pragma GCC unroll 4
         for (u64 i = 0; i < blocks; ++i) sums.add_block(p + block_bytes * i);
         p += block_bytes * blocks;
         n -= block_bytes * blocks;
-        if (n < 64) {
-            const Tail tail(p, n);
-            sums.add_block(tail.bytes);
-            sums.add_block(tail.bytes + block_bytes);
-            return reduce(static_cast<u128>(total) + fold(sums));
-        }
         total = reduce(static_cast<u128>(total) + fold(sums));
-    }
+    } while (n >= 64);
+    return reduce(static_cast<u128>(total) + tail_residue(p + n, n));
 }
 
 }  // namespace

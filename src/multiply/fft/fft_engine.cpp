@@ -124,7 +124,7 @@ class SharedResidue {
     void add_share(u64 part) {
         const auto [begin, end] = Threads::share_of(n_, parts_, part);
         const u64 residue = kernels::residue_of(bytes_ + 4 * begin, end - begin);
-        shares_[part] = kernels::residue_shift(residue, static_cast<i64>(32 * begin));
+        shares_[part] = begin == 0 ? residue : kernels::residue_shift(residue, static_cast<i64>(32 * begin));
     }
     Residue sum() const {
         u64 sum = shares_[0];
