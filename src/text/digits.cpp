@@ -1,5 +1,7 @@
 #include "text/digits.h"
 
+#include <emmintrin.h>
+
 #include <cstring>
 
 #include "kernels/residue61.h"
@@ -30,6 +32,27 @@ u64 value_of_eight(u64 v) noexcept {
     v = (v * (10 * 256 + 1) >> 8) & 0x00ff00ff00ff00ff;
     v = (v * (100 * 65536 + 1) >> 16) & 0x0000ffff0000ffff;
     return v * (u64{10000} << 32 | 1) >> 32;
+}
+
+// 32 characters, sixteen at a time: pairs, fours, then both halves' eights. False when one is no digit; else the
+// values of the upper and the lower sixteen.
+bool read_thirty_two(const char* text, u64& upper, u64& lower) noexcept {
+    const auto digits = [&](u64 from) {
+        const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + from));
+        return _mm_sub_epi8(characters, _mm_set1_epi8('0'));
+    };
+    const auto fours = [](__m128i d) {
+        const __m128i tens = _mm_mullo_epi16(_mm_and_si128(d, _mm_set1_epi16(0xff)), _mm_set1_epi16(10));
+        return _mm_madd_epi16(_mm_add_epi16(tens, _mm_srli_epi16(d, 8)), _mm_set1_epi32(1 << 16 | 100));
+    };
+    const __m128i a = digits(0), b = digits(16), nine = _mm_set1_epi8(9);
+    const __m128i beyond = _mm_or_si128(_mm_subs_epu8(a, nine), _mm_subs_epu8(b, nine));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128())) != 0xffff) return false;
+    const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours(a), fours(b)), _mm_set1_epi32(1 << 16 | 10000));
+    const auto sixteen = [](u64 pair) { return (pair & 0xffffffff) * 100'000'000 + (pair >> 32); };
+    upper = sixteen(static_cast<u64>(_mm_cvtsi128_si64(eights)));
+    lower = sixteen(static_cast<u64>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(eights, eights))));
+    return true;
 }
 
 u64 load_eight(const char* text) noexcept {
@@ -99,21 +122,17 @@ u32 read_digit_word(const char* text) noexcept {
 }
 
 DigitRun scan_decimal_digits(const char* text, u64 from, u64 chars) noexcept {
-    constexpr u64 ten_to_8 = 100'000'000, ten_to_16 = ten_to_8 * ten_to_8;
+    constexpr u64 ten_to_16 = 10'000'000'000'000'000;
     constexpr u64 ten_to_32 = kernels::residue_mul(ten_to_16, ten_to_16);
-    // residue * scale + value, for any value below 2^63; not reduced to the end, but below 2^62.
+    static_assert(ten_to_32 < u64{1} << 60);
+    // residue * scale + value, for scales below 2^60 and values below 2^62; not reduced to the end, but below 2^62.
     const auto append = [](u64 residue, u64 scale, u64 value) {
         const u128 p = static_cast<u128>(residue) * scale + value;
         return (static_cast<u64>(p) & kernels::residue_modulus) + static_cast<u64>(p >> 61);
     };
     u64 i = from, residue = 0;
-    bool ok = true;
-    for (; chars - i >= 32; i += 32) {
-        const u64 upper = read_eight(text + i, ok) * ten_to_8 + read_eight(text + i + 8, ok);
-        const u64 lower = read_eight(text + i + 16, ok) * ten_to_8 + read_eight(text + i + 24, ok);
-        if (!ok) break;
+    for (u64 upper, lower; chars - i >= 32 && read_thirty_two(text + i, upper, lower); i += 32)
         residue = append(residue, ten_to_32, append(upper, ten_to_16, lower));
-    }
     u64 value = 0, scale = 1;
     const auto take = [&] {
         residue = append(residue, scale, value);

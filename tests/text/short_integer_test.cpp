@@ -118,5 +118,18 @@ TEST(ReadDigits, EveryCharacterThatIsNoDigitIsSeen) {
     }
 }
 
+TEST(ScanDigits, EveryCharacterThatIsNoDigitIsFound) {
+    for (u64 count : {1, 31, 32, 33, 63, 64, 90}) {
+        for (u64 position = 0; position < count; ++position) {
+            for (int c = 0; c < 256; ++c) {
+                std::string text(count, '9');
+                text[position] = static_cast<char>(c);
+                const u64 end = scan_decimal_digits(text.data(), 0, count).end;
+                ASSERT_EQ(end, c >= '0' && c <= '9' ? count : position) << count << ' ' << position << ' ' << c;
+            }
+        }
+    }
+}
+
 }  // namespace
 }  // namespace kvt::text
