@@ -47,7 +47,7 @@ void inverse_sqrt_step(const BasicParameters& params, BigFloat<W>& out, W x, con
         const i64 first = std::max(2 * R.exp, top - (signed_p + 3));
         u64 n = static_cast<u64>(top - first);
         transforms.keep(R);
-        transforms.multiply(R, out.buffer, first, n);
+        transforms.square(out.buffer, first, n);
         const W carry = kernels::mul_ir(out.buffer, n, x, W{0});
         if (carry != 0) {
             require_capacity(out.buffer_size, n + 1, "BigFloat::operator*=()");

@@ -1,5 +1,7 @@
 #include "multiply/transform_helper.h"
 
+#include <cstring>
+
 #include "frame/exceptions.h"
 #include "frame/fatal.h"
 #include "kernels/residue61.h"
@@ -60,6 +62,13 @@ template <class W>
 TransformedOperand<W> TransformHelper<W>::forward(void* buffer, const W* A, u64 n) const {
     require_length(n);
     return {this, buffer, n, engine_.forward(plan_, *table_, operand_of(A, n), buffer, work_, tasks_)};
+}
+
+template <class W>
+TransformedOperand<W> TransformHelper<W>::copy_second(const TransformedOperand<W>& a) const {
+    require_own(a);
+    std::memcpy(second_, a.data, plan_.operand_bytes);
+    return {this, second_, a.words, a.residue};
 }
 
 template <class W>

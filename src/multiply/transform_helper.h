@@ -55,6 +55,8 @@ class TransformHelper {
     TransformedOperand<W> forward_first(const W* A, u64 n) const { return forward(first_, A, n); }
     TransformedOperand<W> forward_second(const W* A, u64 n) const { return forward(second_, A, n); }
     TransformedOperand<W> forward(void* buffer, const W* A, u64 n) const;
+    // A copy in buffer 2, where a must not lie: the other factor of a square that keeps a.
+    TransformedOperand<W> copy_second(const TransformedOperand<W>& a) const;
 
     // out[0..count) = words first.. of a * b; a is destroyed, b is kept. b may be a: the square. Words beyond the
     // product are zero. Operands of different set-ups, or of none, end the process.
