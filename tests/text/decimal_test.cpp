@@ -122,6 +122,33 @@ TYPED_TEST(DecimalText, TasksDoNotChangeIt) {
     for (u64 tasks : {1, 2, 3, 7, 16}) check_integer<W>(this->value_, tasks);
 }
 
+// A million digits, ten million in a soak, by residues modulo two primes, and read back.
+TYPED_TEST(DecimalText, LongIntegersByResidues) {
+    using W = TypeParam;
+    Rng rng(16);
+    const u64 n = (test::rounds(1) >= 10 ? 4160000 : 416000) / sizeof(W);
+    auto words = test::words<W>(Pattern::random, n, rng);
+    words.back() |= 1;
+    mpz_import(this->value_, n, -1, sizeof(W), 0, 0, words.data());
+    const objects::BigInt<W> x{words.data(), n, true, words.data(), n};
+    const TextSizes sizes = integer_decimal_sizes<W>(n, 2);
+    const test::FencedBytes memory(sizes.scratch_bytes), buffer(sizes.buffer_bytes);
+    const char* text =
+        to_string_dec(parameters(memory, (2 * n + 16) * word_bits<W>, 2), reinterpret_cast<char*>(buffer.data()), x);
+    const u64 chars = std::strlen(text);
+    EXPECT_EQ(chars, mpz_sizeinbase(this->value_, 10));
+    for (u64 prime : {u64{1000000007}, u64{4294967291}}) {
+        u64 residue = 0;
+        for (u64 i = 0; i < chars; ++i) residue = (10 * residue + static_cast<u64>(text[i] - '0')) % prime;
+        EXPECT_EQ(residue, mpz_fdiv_ui(this->value_, prime));
+    }
+    const test::FencedBytes reading(read_decimal_bytes<W>(chars, 2));
+    test::FencedWords<W> out(decimal_words<W>(chars));
+    objects::BigInt<W> y{nullptr, 0, true, out.data(), out.size()};
+    set_string_dec(parameters(reading, (2 * n + 16) * word_bits<W>, 2), y, text, chars);
+    EXPECT_EQ(std::vector<W>(y.T, y.T + y.L), words);
+}
+
 template <class W>
 std::string float_text(const std::vector<W>& words, i64 exp, bool sign, u64 d) {
     std::vector<W> copy = words;
