@@ -10,6 +10,12 @@ constexpr unsigned lanes = 8;
 
 using V = __m512i;
 
+// Whether two types are the same.
+template <class A, class B>
+constexpr bool same = false;
+template <class A>
+constexpr bool same<A, A> = true;
+
 AI V zero() { return _mm512_setzero_si512(); }
 AI V set64(u64 x) { return _mm512_set1_epi64(static_cast<long long>(x)); }
 AI V load(const u64* x) { return _mm512_loadu_si512(x); }

@@ -81,7 +81,7 @@ template <unsigned log, bool half_empty, class Source, class Target>
     const Target to = to0;
     const u64 part = n >> log;
     // Columns are written in whole cache lines: what does not fit the registers waits for its other half.
-    constexpr bool pairs = sets == 2 || std::is_same_v<Target, Columns>;
+    constexpr bool pairs = sets == 2 || same<Target, Columns>;
     alignas(64) u32 first_half[parts][lanes];
     for (u64 node = 0, at = 0; node < nodes; ++node, ++q, at += n) {
         for (u64 k = at; k < at + part; k += sets * lanes) {
@@ -126,7 +126,7 @@ template <unsigned log, class Source, class Target>
 #pragma GCC unroll 16
                 for (unsigned i = 0; i < parts; ++i) x[s][i] = from.get(i * part + k + s * lanes, c);
             merge_parts<log, sets, true>(x, t, level, q, c);
-            if constexpr (std::is_same_v<Target, Lanes>) {
+            if constexpr (same<Target, Lanes>) {
 #pragma GCC unroll 2
                 for (unsigned s = 0; s < sets; ++s) x[s][0] = reduce(x[s][0], c);
             }
@@ -221,7 +221,7 @@ template <unsigned radix, bool inverse, bool half_empty, class Source, class Tar
         }
 #pragma GCC unroll 8
         for (unsigned y = 0; y < radix; ++y) {
-            if constexpr (std::is_same_v<Target, Lanes>) x[0][y] = reduce(x[0][y], c), x[1][y] = reduce(x[1][y], c);
+            if constexpr (same<Target, Lanes>) x[0][y] = reduce(x[0][y], c), x[1][y] = reduce(x[1][y], c);
             to.template put_two<false>(y * to_step + k, x[0][y], x[1][y], c);
         }
     }

@@ -61,7 +61,7 @@ void run_block(const Prime& prime, const Shape& shape, u32* a, const Source& sou
     const u64 n = u64{1} << shape.block_log;
     const unsigned levels = pass_levels(shape.block_log - leaf_log);
     if constexpr (task == Task::forward || task == Task::product) {
-        if (!std::is_same_v<Source, Residues> && shape.half_empty) {
+        if (!same<Source, Residues> && shape.half_empty) {
             split_any<true>(levels, source, Lanes{work}, n, 1, block.split, 0, 0, block.c);
         } else {
             split_any(levels, source, Lanes{work}, n, 1, block.split, 0, 0, block.c);

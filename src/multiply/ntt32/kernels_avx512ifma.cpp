@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "multiply/ntt32/kernels.h"
 
