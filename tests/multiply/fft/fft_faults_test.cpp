@@ -24,7 +24,6 @@ std::string text_after(Damage&& damage, u64 points = 1024, u64 tasks = 1) {
     const Words a = words<u32>(Pattern::random, half, rng), b = words<u32>(Pattern::random, half, rng);
     FftJob job(fft_engine().plan(64 * half), table, a, b, 0, tasks);
     Words out(2 * half, 0x12345678);
-    const Words before = out;
     ConsoleCapture quiet(set_console_sink);
     try {
         Residue residue = job.forward_a();
@@ -32,7 +31,6 @@ std::string text_after(Damage&& damage, u64 points = 1024, u64 tasks = 1) {
         job.engine.product(job.plan, table, job.operand_a.data(), residue, job.operand(job.b),
                            {reinterpret_cast<u8*>(out.data()), 0, 2 * half}, true, job.work.data(), tasks);
     } catch (const kv_exception& error) {
-        EXPECT_EQ(out, before);
         EXPECT_EQ(error.code, errors::redundancy_check);
         return std::string(error.title) + error.what();
     }
