@@ -192,10 +192,11 @@ const test::ChildCase asks_for_an_overflow{"guarded_overflow", [] { allocate_gua
 
 TEST(GuardedBlock, NoMemoryEndsTheProcess) {
     for (const test::ChildCase* ask : {
-#ifndef __SANITIZE_ADDRESS__  // which ends the process its own way
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which end the process their own way
              &asks_for_too_much,
 #endif
-             &asks_for_an_overflow}) {
+                 &asks_for_an_overflow
+         }) {
         const test::ChildEnd end = ask->run();
         EXPECT_TRUE(end.exited_with(1));
         EXPECT_EQ(end.output, "Memory Allocation Failure.\n");
