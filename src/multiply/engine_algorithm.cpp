@@ -6,6 +6,7 @@
 
 #include "frame/exceptions.h"
 #include "kernels/direct.h"
+#include "kernels/linear.h"
 #include "kernels/residue61.h"
 #include "kernels/schoolbook.h"
 #include "multiply/block_product.h"
@@ -85,6 +86,28 @@ template <class W>
 void run(const EngineRung& rung, const BasicParameters& params, const char* location, const Job<W>& job,
          bool warns = true);
 
+// The lowest d words of a product, of whose factors the first has as many, to C[n..n+d). More than half of the transform's
+// n words are put together of halves, A = A0 + A1 W^h: those of A0 B0, and above them of A0 B1 + A1 B0. C[0..n) is lost.
+template <class W>
+void form_low_words(const FoldPlan& fold, const BasicParameters& params, const char* location, const Job<W>& job,
+                    W* C, u64 n, u64 d) {
+    const auto form = [&](const W* A, const W* B, u64 words, W* out, u64 count) {
+        if (A == B)
+            run<W>(*fold.low_rung, params, location, {A, words, out, 0, count}, false);
+        else
+            run<W>(*fold.low_rung, params, location, {A, words, B, words, out, 0, count}, false);
+    };
+    const u64 h = fold.low_half, rest = d - h;
+    const W* B = job.B == nullptr ? job.A : job.B;
+    if (rest == 0) return form(job.A, B, d, C + n, d);
+    form(job.A, B, h, C, 2 * h);
+    std::memcpy(C + n, C, d * sizeof(W));
+    form(job.A, B + h, rest, C, rest);
+    kernels::add_ir(C + n + h, C, rest, 0);
+    if (job.B != nullptr) form(job.A + h, B, rest, C, rest);
+    kernels::add_ir(C + n + h, C, rest, 0);
+}
+
 // The product by FoldPlan, in place.C, which overlaps no operand.
 template <class W>
 void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, const char* location, const Job<W>& job,
@@ -93,11 +116,7 @@ void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, cons
     const u64 n = fold.transform.wrap_bits / word_bits<W>, d = job.length() - n;
 
     const BasicParameters params{&table, memory, scratch_bytes, tasks};
-    const u64 low_a = std::min(job.LA, d), low_b = std::min(job.LB, d);
-    if (job.B == nullptr)
-        run<W>(*fold.low_rung, params, location, {job.A, low_a, C + n, 0, d}, false);
-    else
-        run<W>(*fold.low_rung, params, location, {job.A, low_a, job.B, low_b, C + n, 0, d}, false);
+    form_low_words(fold, params, location, job, C, n, d);
     const W low = C[n];
 
     u8* work = memory + fold.transform.operand_bytes;

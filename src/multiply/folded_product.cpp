@@ -22,6 +22,15 @@ struct Request {
     u64 cost_of(const TransformCost& cost) const { return square ? cost.square : cost.product; }
 };
 
+// Of the product of the lowest `words` words of each factor.
+template <class W>
+u64 low_cost(const EngineRung& rung, u64 words, bool square) {
+    constexpr u64 halves = 8 / sizeof(W);
+    const TransformCost cost = transform_cost(rung, rung.source().plan(2 * words * word_bits<W>));
+    const u64 rounded = (words + halves - 1) / halves;
+    return std::min(square ? cost.square : cost.product, direct_cost(rounded, rounded, square));
+}
+
 // Folded over `plan` of a rung; no rung where it cannot be.
 template <class W>
 FoldPlan fold_over(const EngineRung& rung, const TransformPlan& plan, const Request<W>& r) {
@@ -29,20 +38,18 @@ FoldPlan fold_over(const EngineRung& rung, const TransformPlan& plan, const Requ
     if (plan.wrap_sign == 0 || plan.wrap_bits >= bits || plan.wrap_bits % word_bits<W> != 0) return {};
     const u64 n = plan.wrap_bits / word_bits<W>, d = r.LA + r.LB - n;
     const bool sum = plan.wrap_sign == 1;
-    if (r.LA > n || d > n / (sum ? 4 : 2) || (sum && r.LB <= d)) return {};
+    if (r.LA > n || d > (sum ? n / 4 : n / 4 * 3) || (sum && r.LB <= d)) return {};
     if (product_scratch_bytes(plan, r.tasks) > r.scratch_bytes) return {};
 
-    const u64 low_a = std::min(r.LA, d), low_b = std::min(r.LB, d), low_bits = (low_a + low_b) * word_bits<W>;
+    const u64 half = std::min(d, n / 2), low_bits = 2 * half * word_bits<W>;
     const EngineRung* low_rung = &rung;
     while (low_rung->shorter != nullptr && low_bits <= low_rung->shorter->block_bits) low_rung = low_rung->shorter;
-    const TransformPlan low_plan = low_rung->source().plan(low_bits);
-    if (one_shot_scratch_bytes(*low_rung, low_plan, r.tasks) > r.scratch_bytes) return {};
-    constexpr u64 halves = 8 / sizeof(W);
-    const u64 low = std::min(r.cost_of(transform_cost(*low_rung, low_plan)),
-                             direct_cost((low_a + halves - 1) / halves, (low_b + halves - 1) / halves, r.square));
+    if (one_shot_scratch_bytes(*low_rung, low_rung->source().plan(low_bits), r.tasks) > r.scratch_bytes) return {};
+    u64 low = low_cost<W>(*low_rung, half, r.square);
+    if (half < d) low += (r.square ? 1 : 2) * low_cost<W>(*low_rung, d - half, false);
     // The linear passes, and the check that the transform cannot make.
     const u64 linear = 150'000 + 400 * (bits / 64);
-    return {&rung, low_rung, plan, r.cost_of(transform_cost(rung, plan)) + linear + low};
+    return {&rung, low_rung, half, plan, r.cost_of(transform_cost(rung, plan)) + linear + low};
 }
 
 }  // namespace
@@ -70,10 +77,8 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
         if (best.rung == nullptr || fold.cost < best.cost) best = fold;
     };
     const EngineRung* shorter = rung.shorter;
-    if (shorter != nullptr && bits <= longest_fold_bits(shorter->block_bits)) {
+    if (shorter != nullptr && bits <= longest_fold_bits(shorter->block_bits))
         consider(fold_over(*shorter, shorter->source().plan(shorter->block_bits), request));
-        return best;
-    }
     // Of the floating-point lengths, which are at most a quarter apart, the longer one has little to spare.
     if (whole.wrap_sign == -1 && bits > whole.capacity_bits / 16 * 15) return {};
     const TransformEngine& engine = rung.source();

@@ -11,7 +11,8 @@ namespace kvt::multiply {
 struct FoldPlan {
     const EngineRung* rung = nullptr;
     const EngineRung* low_rung = nullptr;  // forms the lowest words
-    TransformPlan transform;               // of the N bits
+    u64 low_half = 0;         // words of the factors by which they are formed: d, or N / 2 where that is less
+    TransformPlan transform;  // of the N bits
     u64 cost = 0;
 };
 
@@ -22,7 +23,7 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
                    u64 scratch_bytes, u64 tasks = 1) noexcept;
 
 // The longest product in bits that the rung above one which reaches `bits` leaves to folding.
-constexpr u64 longest_fold_bits(u64 bits) { return bits + bits / 2; }
+constexpr u64 longest_fold_bits(u64 bits) { return bits + bits / 4 * 3; }
 
 // Scratch of a product. Where the shorter rung ends there is room to fold: what its longest products have.
 u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) noexcept;

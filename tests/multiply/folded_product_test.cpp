@@ -23,6 +23,10 @@ const TransformEngine& long_engine() noexcept {
     static const SlowEngine engine(1, 64 * 1000);
     return engine;
 }
+const TransformEngine& far_engine() noexcept {
+    static const SlowEngine engine(1, 64 * 10'000);
+    return engine;
+}
 // Flips a bit of word 3 of the transformed operand, which stands behind 16 bytes.
 const TransformEngine& faulty_engine() noexcept {
     static const FalsifyingEngine engine(short_engine(), FalsifyingEngine::Stage::transformed, 8 * 16 + 200);
@@ -30,6 +34,7 @@ const TransformEngine& faulty_engine() noexcept {
 }
 constexpr EngineRung short_rung{&short_engine, 64 * longest_short_words, 10000, 0, 100, 100, nullptr};
 constexpr EngineRung long_rung{&long_engine, 64 * 100'000, 20000, 0, 100, 100, &short_rung};
+constexpr EngineRung far_rung{&far_engine, 64 * 100'000, 20000, 0, 100, 100, &short_rung};
 constexpr EngineRung faulty_rung{&faulty_engine, 64 * longest_short_words, 10000, 0, 100, 100, nullptr};
 
 const GlobalTwiddleTable covering{1 << 30, {}, {}, nullptr};
@@ -89,6 +94,22 @@ TEST(FoldedProduct, IsExactForEveryOperand) {
     }
 }
 
+// More than half of the transform lies above it, where the long rung's own length is far.
+TEST(FoldedProduct, IsExactWhereTheLowWordsArePutTogetherOfHalves) {
+    Rng rng(94);
+    for (u64 excess : {401, 402, 500, 600}) {
+        const u64 total = longest_short_words + excess;
+        ASSERT_TRUE(folds(far_rung, total - total / 2, total / 2, false));
+        for (Pattern a : hard_patterns)
+            for (Pattern b : {a, Pattern::random}) {
+                check<u64>(far_rung, total - total / 2, total / 2, a, b, rng);
+                check<u32>(far_rung, longest_short_words, excess, b, a, rng);
+                if (!KVNUM_HAVE_GMP && b == Pattern::random) return;
+            }
+    }
+    EXPECT_FALSE(folds(far_rung, 701, 700, false)) << "more than three quarters";
+}
+
 TEST(FoldedProduct, IsExactOverTheLongRungsOwnLengths) {
     Rng rng(93);
     for (u64 excess : {1, 2, 60}) {
@@ -110,7 +131,7 @@ TEST(FoldedProduct, IsChosenWhereItPays) {
     EXPECT_TRUE(folds(long_rung, 1101, 1100, false)) << "over a length of its own";
     EXPECT_FALSE(folds(long_rung, 1301, 1300, false)) << "more than a quarter";
     EXPECT_FALSE(folds(long_rung, 1040, 30, false)) << "an operand longer than the transform";
-    EXPECT_FALSE(folds(long_rung, 700, 700, false)) << "nearly the next length";
+    EXPECT_FALSE(folds(long_rung, 701, 700, false)) << "nearly the next length";
     const TransformPlan whole = short_rung.source().plan(64 * 801);
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, ~u64{0}, 1000).rung, nullptr) << "no scratch";
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, 1000, ~u64{0}).rung, nullptr) << "costs more";
