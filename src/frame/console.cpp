@@ -1,5 +1,6 @@
 #include "frame/console.h"
 
+#include <atomic>
 #include <cstdlib>
 
 #include "platform/console.h"
@@ -14,14 +15,17 @@ struct Sink {
 Sink sink;
 
 enum class Colours { undecided, off, on };
-Colours colours = Colours::undecided;
+std::atomic<Colours> colours = Colours::undecided;
 
+// Threads that print for the first time at once decide alike.
 bool colours_enabled() {
-    if (colours == Colours::undecided) {
-        bool wanted = platform::standard_output_is_terminal() && std::getenv("NO_COLOR") == nullptr;
-        colours = wanted ? Colours::on : Colours::off;
+    Colours now = colours.load(std::memory_order_relaxed);
+    if (now == Colours::undecided) {
+        const bool wanted = platform::standard_output_is_terminal() && std::getenv("NO_COLOR") == nullptr;
+        now = wanted ? Colours::on : Colours::off;
+        colours.store(now, std::memory_order_relaxed);
     }
-    return colours == Colours::on;
+    return now == Colours::on;
 }
 
 // Terminals number the colours red, green, yellow, blue, magenta, cyan; attributes have red and blue exchanged.
@@ -39,7 +43,9 @@ void append_escape(std::string& out, unsigned attribute) {
 }  // namespace
 
 void set_console_sink(ConsoleWriter write, void* context) noexcept { sink = {write, context}; }
-void set_colours_enabled(bool enabled) noexcept { colours = enabled ? Colours::on : Colours::off; }
+void set_colours_enabled(bool enabled) noexcept {
+    colours.store(enabled ? Colours::on : Colours::off, std::memory_order_relaxed);
+}
 
 ConsoleText& ConsoleText::add(std::string_view text, char colour) {
     pieces_.push_back({std::string(text), colour});
