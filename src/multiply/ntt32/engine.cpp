@@ -62,32 +62,33 @@ class Call {
             });
     }
 
-    void product(Operand b) {
+    // The residues become those of their product by b or, where an operand is kept, of b by that.
+    void product(Operand b, const u32* kept = nullptr) {
         const Shape shape = b.bytes == nullptr ? layout_.shape : shape_of(b);
-        const auto block = [&](unsigned i, u32* second, u64 row, u64 task) {
-            kernels_.block_product(prime(i), shape, {}, row_at(residues(i), row),
-                                   second == nullptr ? nullptr : row_at(second, row), row, scratch(task));
+        const u32* const first = kept == nullptr ? residues_ : kept;
+        const auto block = [&](unsigned i, Words words, u32* second, u64 row, u64 task) {
+            const u64 at = i * layout_.prime_words + row * layout_.shape.pitch;
+            kernels_.block_product(prime(i), shape, words, first + at,
+                                   second == nullptr ? nullptr : row_at(second, row), residues_ + at, row,
+                                   scratch(task));
+        };
+        const auto second_of = [&](unsigned i, u64 task) -> u32* {
+            if (b.bytes == nullptr) return nullptr;
+            return kept != nullptr ? residues(i) : second_operand(task);
         };
         each_prime(
             [&](unsigned i, u64 task) {
-                if (shape.rows() == 1)
-                    return kernels_.block_product(prime(i), shape, words_of(b), residues(i), nullptr, 0,
-                                                  scratch(task));
-                u32* second = nullptr;
-                if (b.bytes != nullptr) {
-                    second = second_operand(task);
+                if (shape.rows() == 1) return block(i, words_of(b), nullptr, 0, task);
+                u32* const second = second_of(i, task);
+                if (second != nullptr)
                     kernels_.top_forward(prime(i), shape, words_of(b), second, 0, columns(), scratch(task));
-                }
-                all_rows([&](u64 row) { block(i, second, row, task); });
+                all_rows([&](u64 row) { block(i, {}, second, row, task); });
                 finish(i, task);
             },
             [&](unsigned i) {
-                u32* second = nullptr;
-                if (b.bytes != nullptr) {
-                    second = reinterpret_cast<u32*>(work_);
-                    top_forward(i, b, second);
-                }
-                each_row([&](u64 row, u64 task) { block(i, second, row, task); });
+                u32* const second = second_of(i, 0);
+                if (second != nullptr) top_forward(i, b, second);
+                each_row([&](u64 row, u64 task) { block(i, {}, second, row, task); });
                 top_inverse(i);
             });
     }
@@ -131,6 +132,7 @@ class Call {
     u8* task_area(u64 task) const { return work_ + areas_offset_ + task * task_bytes_; }
     OutputPart& record(u64 task) const { return *reinterpret_cast<OutputPart*>(task_area(task)); }
     u32* second_operand(u64 task) const {
+        if (layout_.splits_primes()) return reinterpret_cast<u32*>(work_);
         return reinterpret_cast<u32*>(task_area(task) + aligned(sizeof(OutputPart)));
     }
     void* scratch(u64 task) const {
@@ -227,7 +229,7 @@ class Engine final : public TransformEngine {
     void multiply(const TransformPlan& plan, const GlobalTwiddleTable& table, void* a, const void* b, void* work,
                   u64 tasks) const override {
         Call call(plan, table, a, work, tasks);
-        call.multiply(static_cast<const u32*>(aligned_up(const_cast<void*>(b))));
+        call.multiply(aligned_operand(b));
     }
 
     void inverse(const TransformPlan& plan, const GlobalTwiddleTable& table, void* operand, Window out,
@@ -248,7 +250,20 @@ class Engine final : public TransformEngine {
         if (check_result) check(residue, kernels::residue_mul(a_residue.value, b_residue));
     }
 
+    void product_keeping(const TransformPlan& plan, const GlobalTwiddleTable& table, const void* a, Residue a_residue,
+                         Operand b, void* operand, Window out, bool check_result, void* work,
+                         u64 tasks) const override {
+        Call call(plan, table, operand, work, tasks);
+        const u64 b_residue = check_result ? call.residue(b) : 0;
+        call.product(b, aligned_operand(a));
+        const u64 residue = call.output(out);
+        if (check_result) check(residue, kernels::residue_mul(a_residue.value, b_residue));
+    }
+
   private:
+    static const u32* aligned_operand(const void* operand) {
+        return static_cast<const u32*>(aligned_up(const_cast<void*>(operand)));
+    }
     static void check(u64 residue, u64 expected) {
         if (residue != expected) raise_redundancy_failure("ntt32", "The product fails its check modulo 2^61 - 1.");
     }

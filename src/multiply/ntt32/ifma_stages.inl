@@ -14,7 +14,8 @@ enum class Task { forward, inverse, product, square };
 // One block, depth first: split from the source, at the leaves whatever the task is, merge to the target.
 template <Task task>
 struct Block {
-    u32* a;  // transformed before (all but forward) and after the leaves
+    const u32* a;  // transformed: what is multiplied or merged
+    u32* out;      // what is split
     u64* work;
     Levels split, merge;
     Constants c;
@@ -36,9 +37,9 @@ struct Block {
         }
     }
     void leaves(u64* d, u64 n, unsigned level, u64 q) const {
-        u32* const x = a + (d - work);
+        const u32* const x = a + (d - work);
         if (task == Task::forward) {
-            split_leaves(d, x, n, level, q, split, c);
+            split_leaves(d, out + (d - work), n, level, q, split, c);
         } else if (task == Task::inverse) {
             merge_leaves(x, d, n, level, q, merge, c);
         } else {
@@ -49,13 +50,14 @@ struct Block {
     }
 };
 
-// What is split, from `source`: the first pass reads it, the last one writes a.
+// What is split, from `source`: the first pass reads it, the last one writes out, which may be a.
 template <Task task, class Source>
-void run_block(const Prime& prime, const Shape& shape, u32* a, const Source& source, u64 row, void* scratch) {
+void run_block(const Prime& prime, const Shape& shape, const u32* a, u32* out, const Source& source, u64 row,
+               void* scratch) {
     u64* memory = static_cast<u64*>(scratch);
     u64* const work = memory;
     memory += u64{1} << shape.block_log;
-    Block<task> block{a, work, {}, {}, Constants(prime.p)};
+    Block<task> block{a, out, work, {}, {}, Constants(prime.p)};
     if (task != Task::inverse) block.split = block_levels(prime, shape, row, false, memory);
     if (task != Task::forward) block.merge = block_levels(prime, shape, row, true, memory);
     const u64 n = u64{1} << shape.block_log;
@@ -68,7 +70,7 @@ void run_block(const Prime& prime, const Shape& shape, u32* a, const Source& sou
         }
     }
     block.below(work, shape.block_log, levels, 0, 0);
-    if (task != Task::forward) merge_any(levels, Lanes{work}, Residues{a}, n, 1, block.merge, 0, 0, block.c);
+    if (task != Task::forward) merge_any(levels, Lanes{work}, Residues{out}, n, 1, block.merge, 0, 0, block.c);
 }
 
 // Points of the columns from `column` on, in groups of 2^log.
@@ -80,25 +82,26 @@ Points<limbs> points_at(const Shape& shape, Words words, u64 column, unsigned lo
 }
 
 template <Task task>
-void split_block(const Prime& prime, const Shape& shape, Words words, u32* a, u32* b, u64 row, void* scratch) {
-    if (words.bytes == nullptr) return run_block<task>(prime, shape, a, Residues{b}, row, scratch);
+void split_block(const Prime& prime, const Shape& shape, Words words, const u32* a, u32* b, u32* out, u64 row,
+                 void* scratch) {
+    if (words.bytes == nullptr) return run_block<task>(prime, shape, a, out, Residues{b}, row, scratch);
     if (cut_limbs(shape.primes) == 2)
-        return run_block<task>(prime, shape, a, points_at<2>(shape, words, 0, shape.block_log), row, scratch);
-    run_block<task>(prime, shape, a, points_at<3>(shape, words, 0, shape.block_log), row, scratch);
+        return run_block<task>(prime, shape, a, out, points_at<2>(shape, words, 0, shape.block_log), row, scratch);
+    run_block<task>(prime, shape, a, out, points_at<3>(shape, words, 0, shape.block_log), row, scratch);
 }
 
 void block_forward(const Prime& prime, const Shape& shape, Words words, u32* a, u64 row, void* scratch) noexcept {
-    split_block<Task::forward>(prime, shape, words, a, a, row, scratch);
+    split_block<Task::forward>(prime, shape, words, nullptr, a, a, row, scratch);
 }
 void block_inverse(const Prime& prime, const Shape& shape, u32* a, u64 row, void* scratch) noexcept {
-    run_block<Task::inverse>(prime, shape, a, Residues{nullptr}, row, scratch);
+    run_block<Task::inverse>(prime, shape, a, a, Residues{nullptr}, row, scratch);
 }
-void block_product(const Prime& prime, const Shape& shape, Words words, u32* a, u32* b, u64 row,
+void block_product(const Prime& prime, const Shape& shape, Words words, const u32* a, u32* b, u32* out, u64 row,
                    void* scratch) noexcept {
     if (words.bytes == nullptr && b == nullptr) {
-        run_block<Task::square>(prime, shape, a, Residues{nullptr}, row, scratch);
+        run_block<Task::square>(prime, shape, a, out, Residues{nullptr}, row, scratch);
     } else {
-        split_block<Task::product>(prime, shape, words, a, b, row, scratch);
+        split_block<Task::product>(prime, shape, words, a, b, out, row, scratch);
     }
 }
 void block_multiply(const Prime& prime, const Shape& shape, u32* a, const u32* b, u64 row, void* scratch) noexcept {

@@ -119,20 +119,20 @@ void block_multiply(const Prime& prime, const Shape& shape, u32* a, const u32* b
     multiply_leaves(a, b, shape.block_log, t, Constants(prime.p));
 }
 
-void block_product(const Prime& prime, const Shape& shape, Words words, u32* a, u32* b, u64 row,
+void block_product(const Prime& prime, const Shape& shape, Words words, const u32* a, u32* b, u32* out, u64 row,
                    void* scratch) noexcept {
     const Constants c(prime.p);
     u32* memory = static_cast<u32*>(scratch);
     if (words.bytes != nullptr) {
-        b = memory;
+        b = out == a ? memory : out;
         memory += u64{1} << shape.block_log;
         cut_row(shape, words, b, c);
     }
     const Levels t = block_levels(prime, shape, row, false, memory);
     const Levels back = block_levels(prime, shape, row, true, memory);
     if (b != nullptr) split_block(b, shape, t, c);
-    multiply_leaves(a, b == nullptr ? a : b, shape.block_log, t, c);
-    merge_block(a, shape.block_log, back, c);
+    multiply_leaves(out, out == a && b != nullptr ? b : a, shape.block_log, t, c);
+    merge_block(out, shape.block_log, back, c);
 }
 
 consteval KernelTable table_of(const char* name) {

@@ -86,6 +86,15 @@ void check_product(const TransformPlan& plan, const Roots& roots, const std::vec
     engine.inverse(plan, roots.table, operand.data(), window, &residue, forward_work.data(), tasks);
     ASSERT_TRUE(operand.intact() && second.intact() && forward_work.intact());
     for (u64 i = 0; i < n; ++i) ASSERT_EQ(out[i], expected[i]) << "kept operands, word " << i << " of " << n;
+
+    engine.forward(plan, roots.table, oa, operand.data(), forward_work.data(), tasks);
+    for (int round = 0; round < 2; ++round) {
+        std::fill(out.begin(), out.end(), 0xa5a5a5a5);
+        engine.product_keeping(plan, roots.table, operand.data(), ra, square ? oa : ob, second.data(), window, true,
+                               forward_work.data(), tasks);
+        ASSERT_TRUE(operand.intact() && second.intact() && forward_work.intact());
+        for (u64 i = 0; i < n; ++i) ASSERT_EQ(out[i], expected[i]) << "one operand kept, word " << i << " of " << n;
+    }
 }
 
 class Ntt32Engine : public testing::TestWithParam<kernels::Levels> {};
@@ -248,7 +257,7 @@ TEST_P(Ntt32Engine, BlocksOfExtremeResidues) {
                 std::copy(from.begin(), from.end(), a);
                 std::copy(second.begin(), second.end(), b);
                 table.block_forward(prime, shape, {}, a, at, scratch);
-                table.block_product(prime, shape, {}, a, b, at, scratch);
+                table.block_product(prime, shape, {}, a, b, a, at, scratch);
                 const u32 r = static_cast<u32>((u64{1} << table.r_bits) % p);
                 std::vector<u32> out(n);
                 for (u64 i = 0; i < n; ++i) out[i] = ntt32::mul_mod(a[i] % p, r, p);
