@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 
 #ifdef _WIN32
@@ -79,6 +80,8 @@ void prepare_child() {}
 constexpr char sanitizer_options[] = "handle_segv=0:abort_on_error=1";
 
 ChildEnd run_self(const std::string& argument) {
+    // Read here: under valgrind the link itself names the tool to whom it starts.
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
     int ends[2];
     if (pipe(ends) != 0) throw std::runtime_error("no pipe");
     const pid_t child = fork();
@@ -91,7 +94,7 @@ ChildEnd run_self(const std::string& argument) {
         close(ends[0]);
         close(ends[1]);
         for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) setenv(name, sanitizer_options, 1);
-        execl("/proc/self/exe", "child", argument.c_str(), static_cast<char*>(nullptr));
+        execl(program.c_str(), "child", argument.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
     close(ends[1]);
