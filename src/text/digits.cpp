@@ -34,24 +34,32 @@ u64 value_of_eight(u64 v) noexcept {
     return v * (u64{10000} << 32 | 1) >> 32;
 }
 
-// 32 characters, sixteen at a time: pairs, fours, then both halves' eights. False when one is no digit; else the
-// values of the upper and the lower sixteen.
-bool read_thirty_two(const char* text, u64& upper, u64& lower) noexcept {
-    const auto digits = [&](u64 from) {
-        const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + from));
-        return _mm_sub_epi8(characters, _mm_set1_epi8('0'));
-    };
+// Sixteen characters less '0'; and, twice sixteen at a time, their fours by pairs, then the eights of both, in order.
+__m128i sixteen_digits(const char* text) noexcept {
+    const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    return _mm_sub_epi8(characters, _mm_set1_epi8('0'));
+}
+__m128i eights_of(__m128i a, __m128i b) noexcept {
     const auto fours = [](__m128i d) {
         const __m128i tens = _mm_mullo_epi16(_mm_and_si128(d, _mm_set1_epi16(0xff)), _mm_set1_epi16(10));
         return _mm_madd_epi16(_mm_add_epi16(tens, _mm_srli_epi16(d, 8)), _mm_set1_epi32(1 << 16 | 100));
     };
-    const __m128i a = digits(0), b = digits(16), nine = _mm_set1_epi8(9);
+    return _mm_madd_epi16(_mm_packs_epi32(fours(a), fours(b)), _mm_set1_epi32(1 << 16 | 10000));
+}
+// Of the lower two eights.
+u64 value_of_sixteen(__m128i eights) noexcept {
+    const u64 pair = static_cast<u64>(_mm_cvtsi128_si64(eights));
+    return (pair & 0xffffffff) * 100'000'000 + (pair >> 32);
+}
+
+// 32 characters. False when one is no digit; else the values of the upper and the lower sixteen.
+bool read_thirty_two(const char* text, u64& upper, u64& lower) noexcept {
+    const __m128i a = sixteen_digits(text), b = sixteen_digits(text + 16), nine = _mm_set1_epi8(9);
     const __m128i beyond = _mm_or_si128(_mm_subs_epu8(a, nine), _mm_subs_epu8(b, nine));
     if (_mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128())) != 0xffff) return false;
-    const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours(a), fours(b)), _mm_set1_epi32(1 << 16 | 10000));
-    const auto sixteen = [](u64 pair) { return (pair & 0xffffffff) * 100'000'000 + (pair >> 32); };
-    upper = sixteen(static_cast<u64>(_mm_cvtsi128_si64(eights)));
-    lower = sixteen(static_cast<u64>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(eights, eights))));
+    const __m128i eights = eights_of(a, b);
+    upper = value_of_sixteen(eights);
+    lower = value_of_sixteen(_mm_unpackhi_epi64(eights, eights));
     return true;
 }
 
@@ -111,9 +119,10 @@ void write_digit_word(char* out, u32 value) noexcept {
 
 template <>
 u64 read_digit_word(const char* text) noexcept {
-    constexpr u64 ten_to_8 = 100'000'000;
-    const u64 top = value_of_eight(load_eight(text) << 40);  // three digits behind five zeros
-    return (top * ten_to_8 + value_of_eight(load_eight(text + 3))) * ten_to_8 + value_of_eight(load_eight(text + 11));
+    const auto digit = [&](unsigned i) { return static_cast<u64>(text[i] - '0'); };
+    const __m128i rest = sixteen_digits(text + 3);
+    const u64 top = (10 * digit(0) + digit(1)) * 10 + digit(2);
+    return top * 10'000'000'000'000'000 + value_of_sixteen(eights_of(rest, rest));
 }
 
 template <>

@@ -5,19 +5,22 @@
 #include <cmath>
 
 #include "frame/fatal.h"
+#include "multiply/algorithms.h"
+#include "multiply/cost.h"
 #include "multiply/thresholds.h"
 
 namespace kvt::text {
 namespace {
 
 // Blocks of fewer digit words than twice this are converted by repeated multiplication.
-constexpr u64 smallest_bottom = 24;
+constexpr u64 smallest_bottom(Direction direction) { return direction == Direction::write ? 24 : 12; }
 
-// Products of blocks of up to so many bits are direct: their short power makes that cheaper than a transform.
-constexpr u64 direct_block_bits = 160 * 64;
+// Products of blocks of up to so many bits are direct: their short power makes that cheaper than a transform. Reading,
+// they may be on some machines up to the second length.
+constexpr u64 direct_block_bits = 160 * 64, longest_direct_bits = 320 * 64;
 
-// The lowest levels always run in one task.
-constexpr u64 sequential_levels = 8;
+// The lowest levels always run in one task: those of blocks up to some 6,000 digit words.
+constexpr u64 sequential_levels(Direction direction) { return direction == Direction::write ? 8 : 9; }
 
 // Words that the products of a level must hold without wrapping into what is kept. With w words a digit word:
 //   writing  the block has at most block * w + 3 words and odd^s at most s * w - shift + 1; what is kept ends
@@ -29,6 +32,17 @@ u64 product_words(const RadixPlan<W>& plan, u64 block, u64 s) {
     return static_cast<u64>(static_cast<double>(block - s) * plan.words_per_digit +
                             static_cast<double>(s) * plan.words_per_odd) +
            3;
+}
+
+// Whether a level's products are direct where they may be: the words are the same.
+template <class W>
+bool is_direct(const RadixPlan<W>& plan, const RadixLevel<W>& level) {
+    if (level.engine == &multiply::direct_engine()) return true;
+    constexpr u64 halves = 8 / sizeof(W);
+    const u64 upper = plan.integer_words(level.block_digit_words - level.half_digit_words);
+    return multiply::direct_cost(std::max(upper, level.power_words) / halves,
+                                 std::min(upper, level.power_words) / halves,
+                                 false) < multiply::transform_cost(multiply::fft_rung, level.transform).kept_product;
 }
 
 }  // namespace
@@ -48,10 +62,10 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
     plan.direction = direction;
 
     plan.levels = 0;
-    while (digit_words >> (plan.levels + 1) >= smallest_bottom) ++plan.levels;
+    while (digit_words >> (plan.levels + 1) >= smallest_bottom(direction)) ++plan.levels;
     const auto halved = [&](u64 times) { return (digit_words + (u64{1} << times) - 1) >> times; };
     plan.bottom = std::max<u64>(halved(plan.levels), 1);
-    const u64 useful_depth = plan.levels > sequential_levels ? plan.levels - sequential_levels : 0;
+    const u64 useful_depth = plan.levels - std::min(plan.levels, sequential_levels(direction));
     plan.parallel_depth = std::min<u64>(useful_depth, static_cast<u64>(std::bit_width(plan.tasks - 1)));
 
     for (u64 i = 0; i < plan.levels; ++i) {
@@ -69,6 +83,10 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
         level.transform = level.engine->plan_wrapped(words * word_bits<W>);
         const bool both_fit = level.transform.wrap_bits >= words * word_bits<W>;
         if (!both_fit) fatal_exit("kvt_CBRv2_ci_btrf_ap_make(): Thread Inconsistancy");
+        const bool may_be_direct = direction == Direction::read && words * word_bits<W> <= longest_direct_bits;
+        level.direct_bytes = may_be_direct ? multiply::direct_engine().plan(words * word_bits<W>).work_bytes : 0;
+        level.direct = may_be_direct && is_direct(plan, level);
+        level.power = nullptr;
     }
     return 0;
 }
@@ -84,14 +102,18 @@ template <class W>
 u64 RadixPlan<W>::powers_bytes() const noexcept {
     if (levels == 0) return 0;
     u64 bytes = area_bytes(level[levels - 1].power_words * sizeof(W));
-    for (u64 i = 0; i < levels; ++i) bytes += area_bytes(level[i].transform.operand_bytes);
+    for (u64 i = 0; i < levels; ++i) {
+        bytes += area_bytes(level[i].transform.operand_bytes);
+        if (level[i].direct_bytes != 0) bytes += words_area<W>(level[i].power_words);
+    }
     return bytes;
 }
 
 template <class W>
 u64 RadixPlan<W>::product_bytes(const RadixLevel<W>& at, u64 block_tasks) const noexcept {
     const multiply::TransformPlan& t = at.transform;
-    return area_bytes(t.operand_bytes) + area_bytes(t.work_bytes + block_tasks * t.task_bytes);
+    const u64 transformed = area_bytes(t.operand_bytes) + area_bytes(t.work_bytes + block_tasks * t.task_bytes);
+    return std::max(transformed, area_bytes(at.direct_bytes));
 }
 
 template <class W>
@@ -113,6 +135,17 @@ u64 RadixPlan<W>::block_bytes(u64 m, u64 block_tasks, u64 depth) const noexcept 
         inner = block_bytes(s, block_tasks, depth + 1);  // the lower half is no longer than the upper one
     }
     return area_bytes(split_words(m, s) * sizeof(W)) + std::max(product_bytes(at, block_tasks), inner);
+}
+
+// compute_powers() squares all powers but the last one.
+template <class W>
+u64 RadixPlan<W>::recursion_bytes() const noexcept {
+    u64 bytes = block_bytes(digit_words, tasks, 0);
+    for (u64 i = 0; i + 1 < levels; ++i) {
+        const multiply::TransformPlan& t = level[i].transform;
+        bytes = std::max(bytes, area_bytes(t.operand_bytes) + area_bytes(t.product_bytes + tasks * t.task_bytes));
+    }
+    return bytes;
 }
 
 template struct RadixPlan<u32>;

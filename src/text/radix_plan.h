@@ -29,6 +29,10 @@ struct RadixLevel {
     void* power_transform;  // filled by compute_powers()
     u64 power_length;       // words of odd^s, and its residue; the same
     multiply::Residue power_residue;
+    // Short blocks are read by direct products, which need the words of the power and this much scratch.
+    bool direct;
+    u64 direct_bytes;  // 0 where products are never direct
+    const W* power;    // filled by compute_powers(), where direct_bytes is not 0
 };
 
 template <class W>
@@ -59,9 +63,10 @@ struct RadixPlan {
     // The level that splits a block of m > bottom digit words: the largest half that stays below m.
     u64 splitting_level(u64 m) const noexcept;
 
-    // Scratch bytes: the kept transforms of the powers and one power's words; what the recursion needs.
+    // Scratch bytes: the kept transforms of the powers, the words of short powers and of the one at work; what the
+    // recursion needs.
     u64 powers_bytes() const noexcept;
-    u64 recursion_bytes() const noexcept { return block_bytes(digit_words, tasks, 0); }
+    u64 recursion_bytes() const noexcept;
     u64 scratch_bytes() const noexcept { return powers_bytes() + recursion_bytes(); }
 
     // Scratch of one block of m digit words at a recursion depth; of one product at a level.

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "kernels/linear.h"
-#include "kernels/residue61.h"
 #include "multiply/transform_checks.h"
 
 namespace kvt::text {
@@ -50,12 +49,15 @@ void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* pow
         const multiply::Residue residue = level.engine->forward(transform, table, multiply::operand_of(power, n),
                                                                 level.power_transform, rest, plan.tasks);
         level.power_residue = residue;
+        if (level.direct_bytes != 0) {
+            std::memcpy(powers_memory, power, n * sizeof(W));
+            level.power = reinterpret_cast<const W*>(powers_memory);
+            powers_memory += words_area<W>(level.power_words);
+        }
         if (i + 1 == plan.levels) return;
         std::memcpy(work, level.power_transform, transform.operand_bytes);
-        level.engine->multiply(transform, table, work, work, rest, plan.tasks);
-        const multiply::Residue square{kernels::residue_mul(residue.value, residue.value)};
-        level.engine->inverse(transform, table, work, multiply::window_of(power, 0, 2 * n), &square, rest,
-                              plan.tasks);
+        level.engine->product(transform, table, work, residue, {nullptr, 0}, multiply::window_of(power, 0, 2 * n),
+                              true, rest, plan.tasks);
         n *= 2;
         if (level.block_digit_words < 2 * level.half_digit_words) divide_exactly(power, n, plan.odd);
         while (power[n - 1] == 0) --n;

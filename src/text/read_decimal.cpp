@@ -5,6 +5,7 @@
 
 #include "frame/exceptions.h"
 #include "frame/format.h"
+#include "kernels/direct.h"
 #include "kernels/linear.h"
 #include "kernels/residue61.h"
 #include "multiply/transform_checks.h"
@@ -19,6 +20,10 @@ namespace kvt::text {
 namespace {
 
 constexpr const char* location = "BigInt::set_string_dec()";
+
+[[noreturn]] void raise_mismatch() {
+    raise_redundancy_failure(location, "The integer does not match its digits modulo 2^61 - 1.\n");
+}
 
 // Fewer digit words are read row by row, without a plan.
 constexpr u64 shortest_split_words = 48;
@@ -36,9 +41,14 @@ void plan_reading(RadixPlan<W>& plan, u64 digits, u64 tasks) {
 template <class W>
 u64 read_rows(W* out, const char* end, u64 count, u64 first, u64 m) noexcept {
     constexpr u64 width = Decimal<W>::digits;
+    // Rows are too short for a call, and the next one starts while one still runs.
     u64 n = 0;
-    const auto append = [&](W digit_word) {
-        const W carry = kernels::mul_ir(out, n, Decimal<W>::base, digit_word);
+    const auto append = [&](W carry) {
+        for (u64 i = 0; i < n; ++i) {
+            const auto product = static_cast<DoubleWord<W>>(out[i]) * Decimal<W>::base + carry;
+            out[i] = static_cast<W>(product);
+            carry = static_cast<W>(product >> word_bits<W>);
+        }
         if (carry != 0) out[n++] = carry;
     };
     u64 i = first + m;
@@ -64,7 +74,7 @@ class Reading {
         if (m <= plan_.bottom) return read_rows(out, end_, count_, first, m);
         const RadixLevel<W>& level = plan_.level[plan_.splitting_level(m)];
         const u64 s = level.half_digit_words;
-        W* const upper = reinterpret_cast<W*>(work);
+        W* upper = reinterpret_cast<W*>(work);
         work += area_bytes(plan_.split_words(m, s) * sizeof(W));
         u64 lower_length, upper_length;
         if (plan_.splits_tasks(tasks, depth)) {
@@ -76,14 +86,28 @@ class Reading {
             lower_length = run(out, first, s, tasks, depth + 1, work);
             upper_length = run(upper, first + s, m - s, tasks, depth + 1, work);
         }
-        upper_length = multiply_by_power(level, upper, upper_length, tasks, work);
+        if (upper_length == 0) return lower_length;
+        if (level.direct) {
+            W* const product = reinterpret_cast<W*>(work);
+            const u64 length = upper_length + level.power_length;
+            kernels::direct_multiply(product, upper, upper_length, level.power, level.power_length, product + length);
+            upper_length = objects::trimmed_length(product, length);
+            upper = product;
+        } else {
+            upper_length = multiply_by_power(level, upper, upper_length, tasks, work);
+        }
+        if (level.shift_bits / word_bits<W> + upper_length > room_for(first, m)) raise_mismatch();
         return add_shifted(out, lower_length, upper, upper_length, level.shift_bits);
     }
 
   private:
+    // Words of the digit words [first, first + m), the most significant of which may be short.
+    u64 room_for(u64 first, u64 m) const {
+        return decimal_words<W>(std::min(m * Decimal<W>::digits, count_ - first * Decimal<W>::digits));
+    }
+
     // upper := upper * odd^s, in place.
     u64 multiply_by_power(const RadixLevel<W>& level, W* upper, u64 n, u64 tasks, u8* work) const {
-        if (n == 0) return 0;
         const multiply::TransformPlan& transform = level.transform;
         const u64 product = n + level.power_length;
         level.engine->product_keeping(transform, table_, level.power_transform, level.power_residue,
@@ -94,7 +118,6 @@ class Reading {
 
     // out [n words] += upper * 2^bits; returns the length.
     static u64 add_shifted(W* out, u64 n, const W* upper, u64 upper_n, u64 bits) noexcept {
-        if (upper_n == 0) return n;
         const u64 offset = bits / word_bits<W>;
         const W scale = static_cast<W>(W{1} << bits % word_bits<W>);
         const u64 above = offset + upper_n, end = std::max(n, above);
@@ -148,8 +171,7 @@ u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digit
     u8* const work = memory + plan.powers_bytes();
     compute_powers(plan, *table, memory, work);
     const u64 length = Reading<W>(plan, *table, digits, count).run(out, 0, plan.digit_words, plan.tasks, 0, work);
-    if (kernels::residue_of(out, length * (sizeof(W) / 4)) != residue)
-        raise_redundancy_failure(location, "The integer does not match its digits modulo 2^61 - 1.\n");
+    if (kernels::residue_of(out, length * (sizeof(W) / 4)) != residue) raise_mismatch();
     return length;
 }
 
