@@ -7,6 +7,7 @@
 #include "frame/fatal.h"
 #include "multiply/algorithms.h"
 #include "multiply/cost.h"
+#include "multiply/dispatch.h"
 #include "multiply/thresholds.h"
 
 namespace kvt::text {
@@ -34,6 +35,25 @@ u64 product_words(const RadixPlan<W>& plan, u64 block, u64 s) {
            3;
 }
 
+template <class W>
+void choose_transform(RadixLevel<W>& level, u64 words) {
+    const u64 bits = words * word_bits<W>;
+    level.engine = bits <= direct_block_bits ? &multiply::direct_engine()
+                                             : &multiply::threshold_table<W>().select(words).engine();
+    level.transform = level.engine->plan_wrapped(bits);
+    level.direct = false;
+    level.low_words = level.product_bytes = level.kept_words = 0;
+}
+
+// The transform that products of so many bits are folded over; one that holds them where folding does not pay. The
+// floating-point lengths are a quarter apart, and the longest one is worth more folding than the others.
+multiply::TransformPlan fold_plan(const multiply::TransformEngine& engine, u64 bits) {
+    const u64 longest = multiply::fft_rung.block_bits;
+    if (bits > longest && bits <= longest / 5 * 6) return multiply::fft_engine().plan(longest);
+    if (&engine == &multiply::fft_engine()) return engine.plan(bits / 17 * 16);
+    return engine.plan_wrapped(bits);
+}
+
 // Whether a level's products are direct where they may be: the words are the same.
 template <class W>
 bool is_direct(const RadixPlan<W>& plan, const RadixLevel<W>& level) {
@@ -43,6 +63,26 @@ bool is_direct(const RadixPlan<W>& plan, const RadixLevel<W>& level) {
     return multiply::direct_cost(std::max(upper, level.power_words) / halves,
                                  std::min(upper, level.power_words) / halves,
                                  false) < multiply::transform_cost(multiply::fft_rung, level.transform).kept_product;
+}
+
+// The other ways to a product of up to `words` words.
+template <class W>
+void choose_reading(const RadixPlan<W>& plan, RadixLevel<W>& level, u64 words) {
+    const u64 bits = words * word_bits<W>;
+    if (bits <= longest_direct_bits) {
+        level.direct = is_direct(plan, level);
+        level.kept_words = level.power_words;
+        level.product_bytes = multiply::direct_engine().plan(bits).work_bytes;
+        return;
+    }
+    const multiply::TransformPlan shorter = fold_plan(*level.engine, bits);
+    if (shorter.capacity_bits >= bits || shorter.capacity_bits % word_bits<W> != 0) return;
+    level.engine = &multiply::fft_engine();
+    level.transform = shorter;
+    level.low_words = level.kept_words = words - shorter.capacity_bits / word_bits<W>;
+    MulSizeRecord record;
+    multiply::mulp_Psize<W>(record, 2 * level.low_words, plan.tasks);
+    level.product_bytes = record.scratch_bytes;
 }
 
 }  // namespace
@@ -75,18 +115,13 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
         level.power_words = static_cast<u64>(static_cast<double>(level.half_digit_words) * plan.words_per_odd) + 4;
         level.shift_bits = plan.twos * level.half_digit_words;
         level.power_transform = nullptr;
+        level.power = nullptr;
         // Both halves of a split use the level's one set-up.
         const u64 words = product_words(plan, level.block_digit_words, level.half_digit_words);
-        level.engine = words * word_bits<W> <= direct_block_bits
-                           ? &multiply::direct_engine()
-                           : &multiply::threshold_table<W>().select(words).engine();
-        level.transform = level.engine->plan_wrapped(words * word_bits<W>);
-        const bool both_fit = level.transform.wrap_bits >= words * word_bits<W>;
+        choose_transform(level, words);
+        if (direction == Direction::read) choose_reading(plan, level, words);
+        const bool both_fit = level.transform.wrap_bits >= (words - level.low_words) * word_bits<W>;
         if (!both_fit) fatal_exit("kvt_CBRv2_ci_btrf_ap_make(): Thread Inconsistancy");
-        const bool may_be_direct = direction == Direction::read && words * word_bits<W> <= longest_direct_bits;
-        level.direct_bytes = may_be_direct ? multiply::direct_engine().plan(words * word_bits<W>).work_bytes : 0;
-        level.direct = may_be_direct && is_direct(plan, level);
-        level.power = nullptr;
     }
     return 0;
 }
@@ -104,7 +139,7 @@ u64 RadixPlan<W>::powers_bytes() const noexcept {
     u64 bytes = area_bytes(level[levels - 1].power_words * sizeof(W));
     for (u64 i = 0; i < levels; ++i) {
         bytes += area_bytes(level[i].transform.operand_bytes);
-        if (level[i].direct_bytes != 0) bytes += words_area<W>(level[i].power_words);
+        bytes += words_area<W>(level[i].kept_words);
     }
     return bytes;
 }
@@ -113,7 +148,7 @@ template <class W>
 u64 RadixPlan<W>::product_bytes(const RadixLevel<W>& at, u64 block_tasks) const noexcept {
     const multiply::TransformPlan& t = at.transform;
     const u64 transformed = area_bytes(t.operand_bytes) + area_bytes(t.work_bytes + block_tasks * t.task_bytes);
-    return std::max(transformed, area_bytes(at.direct_bytes));
+    return std::max(transformed, area_bytes(at.product_bytes));
 }
 
 template <class W>

@@ -29,10 +29,13 @@ struct RadixLevel {
     void* power_transform;  // filled by compute_powers()
     u64 power_length;       // words of odd^s, and its residue; the same
     multiply::Residue power_residue;
-    // Short blocks are read by direct products, which need the words of the power and this much scratch.
+    // Reading: short blocks may be multiplied directly, by the words of the power; products a little longer than the
+    // transform are folded over it, and their lowest words formed once more (multiply/folded_product.h).
     bool direct;
-    u64 direct_bytes;  // 0 where products are never direct
-    const W* power;    // filled by compute_powers(), where direct_bytes is not 0
+    u64 low_words;      // the most words that are folded; 0 where none are
+    u64 product_bytes;  // scratch of direct products and lowest words
+    u64 kept_words;     // the lowest words of the power that they need
+    const W* power;     // filled by compute_powers(), where kept_words is not 0
 };
 
 template <class W>

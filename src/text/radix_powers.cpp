@@ -1,5 +1,6 @@
 #include "text/radix_powers.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "kernels/linear.h"
@@ -49,10 +50,10 @@ void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* pow
         const multiply::Residue residue = level.engine->forward(transform, table, multiply::operand_of(power, n),
                                                                 level.power_transform, rest, plan.tasks);
         level.power_residue = residue;
-        if (level.direct_bytes != 0) {
-            std::memcpy(powers_memory, power, n * sizeof(W));
+        if (level.kept_words != 0) {
+            std::memcpy(powers_memory, power, std::min(n, level.kept_words) * sizeof(W));
             level.power = reinterpret_cast<const W*>(powers_memory);
-            powers_memory += words_area<W>(level.power_words);
+            powers_memory += words_area<W>(level.kept_words);
         }
         if (i + 1 == plan.levels) return;
         std::memcpy(work, level.power_transform, transform.operand_bytes);

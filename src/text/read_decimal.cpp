@@ -8,6 +8,8 @@
 #include "kernels/direct.h"
 #include "kernels/linear.h"
 #include "kernels/residue61.h"
+#include "multiply/dispatch.h"
+#include "multiply/folded_product.h"
 #include "multiply/transform_checks.h"
 #include "objects/words.h"
 #include "text/digits.h"
@@ -23,6 +25,11 @@ constexpr const char* location = "BigInt::set_string_dec()";
 
 [[noreturn]] void raise_mismatch() {
     raise_redundancy_failure(location, "The integer does not match its digits modulo 2^61 - 1.\n");
+}
+
+template <class W>
+u64 residue_of(const W* x, u64 n) noexcept {
+    return kernels::residue_of(x, n * (sizeof(W) / 4));
 }
 
 // Fewer digit words are read row by row, without a plan.
@@ -109,10 +116,25 @@ class Reading {
     // upper := upper * odd^s, in place.
     u64 multiply_by_power(const RadixLevel<W>& level, W* upper, u64 n, u64 tasks, u8* work) const {
         const multiply::TransformPlan& transform = level.transform;
-        const u64 product = n + level.power_length;
-        level.engine->product_keeping(transform, table_, level.power_transform, level.power_residue,
-                                      multiply::operand_of(upper, n), work, multiply::window_of(upper, 0, product),
-                                      true, work + area_bytes(transform.operand_bytes), tasks);
+        const u64 product = n + level.power_length, wrap = transform.wrap_bits / word_bits<W>;
+        const bool folds = product * word_bits<W> > transform.wrap_bits;
+        const auto form = [&](u64 words) {
+            level.engine->product_keeping(transform, table_, level.power_transform, level.power_residue,
+                                          multiply::operand_of(upper, n), work, multiply::window_of(upper, 0, words),
+                                          !folds, work + area_bytes(transform.operand_bytes), tasks);
+        };
+        if (!folds) {
+            form(product);
+        } else {
+            const u64 d = product - wrap;  // less than either factor has
+            const u64 expected = kernels::residue_mul(residue_of(upper, n), level.power_residue.value);
+            const BasicParameters params{&table_, work, level.product_bytes, tasks};
+            multiply::mulp_p(params, upper + wrap, 0, d, upper, d, level.power, d);
+            const W low = upper[wrap];
+            form(wrap + 1);
+            multiply::unfold(upper, wrap, d, low);
+            if (residue_of(upper, product) != expected) raise_mismatch();
+        }
         return objects::trimmed_length(upper, product);
     }
 
@@ -171,7 +193,7 @@ u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digit
     u8* const work = memory + plan.powers_bytes();
     compute_powers(plan, *table, memory, work);
     const u64 length = Reading<W>(plan, *table, digits, count).run(out, 0, plan.digit_words, plan.tasks, 0, work);
-    if (kernels::residue_of(out, length * (sizeof(W) / 4)) != residue) raise_mismatch();
+    if (residue_of(out, length) != residue) raise_mismatch();
     return length;
 }
 
