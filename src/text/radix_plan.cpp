@@ -50,7 +50,7 @@ void choose_transform(RadixLevel<W>& level, u64 words) {
 multiply::TransformPlan fold_plan(const multiply::TransformEngine& engine, u64 bits) {
     const u64 longest = multiply::fft_rung.block_bits;
     if (bits > longest && bits <= longest / 5 * 6) return multiply::fft_engine().plan(longest);
-    if (&engine == &multiply::fft_engine()) return engine.plan(bits / 17 * 16);
+    if (&engine == &multiply::fft_engine()) return engine.plan(bits / 8 * 7);
     return engine.plan_wrapped(bits);
 }
 

@@ -142,17 +142,24 @@ class Reading {
     static u64 add_shifted(W* out, u64 n, const W* upper, u64 upper_n, u64 bits) noexcept {
         const u64 offset = bits / word_bits<W>;
         const W scale = static_cast<W>(W{1} << bits % word_bits<W>);
-        const u64 above = offset + upper_n, end = std::max(n, above);
-        objects::zero_words(out + n, end - n);
-        // The sum is below base^m, which the caller's words hold.
-        W carry = kernels::addmul_ir(out + offset, upper, upper_n, scale, W{0});
-        for (u64 i = above; carry != 0 && i < end; ++i) {
-            out[i] = static_cast<W>(out[i] + carry);
-            carry = out[i] < carry;
+        if (offset > n) {
+            objects::zero_words(out + n, offset - n);
+            n = offset;
         }
-        if (carry == 0) return end;
-        out[end] = carry;
-        return end + 1;
+        // The sum is below base^m, which the caller's words hold.
+        const u64 common = std::min(n - offset, upper_n), above = offset + upper_n;
+        W carry = kernels::addmul_ir(out + offset, upper, common, scale, W{0});
+        if (common < upper_n) {
+            carry = kernels::mul_nr(out + n, upper + common, upper_n - common, scale, carry);
+            n = above;
+        } else {
+            for (u64 i = above; carry != 0 && i < n; ++i) {
+                out[i] = static_cast<W>(out[i] + carry);
+                carry = out[i] < carry;
+            }
+        }
+        if (carry != 0) out[n++] = carry;
+        return n;
     }
 
     const RadixPlan<W>& plan_;
