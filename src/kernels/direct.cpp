@@ -8,7 +8,7 @@
 namespace kvt::kernels {
 namespace {
 
-enum class Method { schoolbook, karatsuba, ifma52 };
+enum class Method { schoolbook, karatsuba, ifma52, ifma52_split };
 
 // Where the methods cross, in 64-bit words, measured on Zen 4.
 constexpr u64 ifma52_shorter_words = 3, ifma52_word_products = 120, ifma52_square_words = 15;
@@ -29,7 +29,8 @@ Method multiply_method(u64 LA, u64 LB) noexcept {
     constexpr u64 halves = 8 / sizeof(W);
     if (levels.vector == VectorLevel::avx512ifma && shorter >= ifma52_shorter_words * halves &&
         shorter <= ifma52_longest_words * halves && shorter * longer >= ifma52_word_products * halves * halves)
-        return Method::ifma52;
+        return ifma52_splits(shorter * sizeof(W), longer * sizeof(W), ifma52_multiply_passes) ? Method::ifma52_split
+                                                                                              : Method::ifma52;
     return splits<W>(shorter, mul_split_words<W>()) ? Method::karatsuba : Method::schoolbook;
 }
 
@@ -39,7 +40,8 @@ Method square_method(u64 L) noexcept {
     constexpr u64 halves = 8 / sizeof(W);
     if (levels.vector == VectorLevel::avx512ifma && L >= ifma52_square_words * halves &&
         L <= ifma52_longest_words * halves)
-        return Method::ifma52;
+        return ifma52_splits(L * sizeof(W), L * sizeof(W), ifma52_square_passes) ? Method::ifma52_split
+                                                                                 : Method::ifma52;
     return splits<W>(L, sqr_split_words<W>()) ? Method::karatsuba : Method::schoolbook;
 }
 
@@ -74,6 +76,7 @@ template <class W>
 u64 direct_multiply_scratch_bytes(u64 LA, u64 LB) noexcept {
     switch (multiply_method<W>(LA, LB)) {
         case Method::ifma52: return beyond_stack(ifma52_scratch_bytes(LA * sizeof(W), LB * sizeof(W)));
+        case Method::ifma52_split: return ifma52_split_scratch_bytes(std::max(LA, LB) * sizeof(W), 2);
         case Method::karatsuba: return karatsuba_bytes<W>(mulK_scratch_words<W>(LA, LB));
         default: return 0;
     }
@@ -83,6 +86,7 @@ template <class W>
 u64 direct_square_scratch_bytes(u64 L) noexcept {
     switch (square_method<W>(L)) {
         case Method::ifma52: return beyond_stack(ifma52_scratch_bytes(L * sizeof(W), L * sizeof(W)));
+        case Method::ifma52_split: return ifma52_split_scratch_bytes(L * sizeof(W), 1);
         case Method::karatsuba: return karatsuba_bytes<W>(sqrK_scratch_words<W>(L));
         default: return 0;
     }
@@ -97,6 +101,8 @@ void direct_multiply(W* C, const W* A, u64 LA, const W* B, u64 LB, void* scratch
                 ifma52_kernels_avx512ifma.multiply(C, A, a_bytes, B, b_bytes, area);
             });
         }
+        case Method::ifma52_split:
+            return ifma52_kernels_avx512ifma.multiply_split(C, A, LA * sizeof(W), B, LB * sizeof(W), scratch);
         case Method::karatsuba: return mulK(C, A, LA, B, LB, aligned_words<W>(scratch));
         case Method::schoolbook: return mulB(C, A, LA, B, LB);
     }
@@ -110,6 +116,7 @@ void direct_square(W* C, const W* A, u64 L, void* scratch) noexcept {
             return with_area(ifma52_scratch_bytes(bytes, bytes), scratch,
                              [&](void* area) { ifma52_kernels_avx512ifma.square(C, A, bytes, area); });
         }
+        case Method::ifma52_split: return ifma52_kernels_avx512ifma.square_split(C, A, L * sizeof(W), scratch);
         case Method::karatsuba: return sqrK(C, A, L, aligned_words<W>(scratch));
         case Method::schoolbook: return sqrB(C, A, L);
     }

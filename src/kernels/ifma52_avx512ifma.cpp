@@ -12,8 +12,10 @@ using i64 = std::int64_t;
 
 #include "kernels/ifma52_product.inl"
 
+#include "kernels/ifma52_karatsuba.inl"
+
 }  // namespace
 
-constinit const Ifma52Kernels ifma52_kernels_avx512ifma{"avx512ifma", multiply, square};
+constinit const Ifma52Kernels ifma52_kernels_avx512ifma{"avx512ifma", multiply, square, multiply_split, square_split};
 
 }  // namespace kvt::kernels

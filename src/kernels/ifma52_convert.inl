@@ -42,13 +42,20 @@ constexpr u64 even_mask = repeat_each_13(0x7f), odd_mask = repeat_each_13(0x7f <
 // Column sums go in from the lowest vector on; bytes come out.
 class LimbWriter {
   public:
-    LimbWriter(void* out, u64 bytes) noexcept : out_(static_cast<unsigned char*>(out)), left_(bytes) {}
+    // `addend` is added to the first limb.
+    LimbWriter(void* out, u64 bytes, u64 addend = 0) noexcept
+        : out_(static_cast<unsigned char*>(out)),
+          left_(bytes),
+          last_upper_(_mm512_set1_epi64(static_cast<long long>(addend))) {}
 
     // Column k's sum is low[k] + high[k-1], below 2^64.
     void put(__m512i low, __m512i high) noexcept {
-        const __m512i mask = _mm512_set1_epi64(limb_mask);
         const __m512i sum = _mm512_add_epi64(low, _mm512_alignr_epi64(high, last_high_, 7));
         last_high_ = high;
+        put(sum);
+    }
+    void put(__m512i sum) noexcept {
+        const __m512i mask = _mm512_set1_epi64(limb_mask);
         // Each column's upper bits go one column up: limbs below 2^52 + 2^12.
         const __m512i upper = _mm512_maskz_srli_epi64(0xff, sum, 52);
         __m512i limbs = _mm512_add_epi64(_mm512_and_si512(sum, mask), _mm512_alignr_epi64(upper, last_upper_, 7));
@@ -83,6 +90,6 @@ class LimbWriter {
 
     unsigned char* out_;
     u64 left_;
-    __m512i last_high_ = _mm512_setzero_si512(), last_upper_ = _mm512_setzero_si512();
+    __m512i last_high_ = _mm512_setzero_si512(), last_upper_;
     unsigned carry_ = 0;
 };

@@ -67,7 +67,8 @@ inline __attribute__((always_inline)) void accumulate_ragged(Tile& tile, const u
     }
 }
 
-inline __attribute__((always_inline)) void write(LimbWriter& out, const Tile& tile) noexcept {
+template <class Out>
+inline __attribute__((always_inline)) void write(Out& out, const Tile& tile) noexcept {
     out.put(tile.low[0], tile.high[0]);
     if (!out.full()) out.put(tile.low[1], tile.high[1]);
     if (!out.full()) out.put(tile.low[2], tile.high[2]);
@@ -81,8 +82,9 @@ Tile empty_tile() noexcept {
     return tile;
 }
 
-void multiply_limbs(void* C, u64 bytes, const u64* a, i64 na, const u64* b, i64 nb) noexcept {
-    LimbWriter out(C, bytes);
+// Out is a LimbWriter or a ColumnStore (ifma52_karatsuba.inl).
+template <class Out>
+void multiply_limbs(Out out, const u64* a, i64 na, const u64* b, i64 nb) noexcept {
     for (i64 k = 0; !out.full(); k += 8 * tile_vectors) {
         Tile tile = empty_tile();
         const auto begin = [&](int v) { return clamp(k + 8 * v - nb + 1, na); };
@@ -112,8 +114,8 @@ inline __attribute__((always_inline)) void finish_square(Tile& tile, int v, cons
     tile.high[v] = _mm512_madd52hi_epu64(_mm512_add_epi64(tile.high[v], tile.high[v]), diagonal, diagonal);
 }
 
-void square_limbs(void* C, u64 bytes, const u64* a, i64 n) noexcept {
-    LimbWriter out(C, bytes);
+template <class Out>
+void square_limbs(Out out, const u64* a, i64 n) noexcept {
     for (i64 k = 0; !out.full(); k += 8 * tile_vectors) {
         Tile tile = empty_tile();
         const auto begin = [&](int v) { return clamp(k + 8 * v - n + 1, n); };
@@ -146,7 +148,7 @@ void multiply(void* C, const void* A, u64 a_bytes, const void* B, u64 b_bytes, v
     load_limbs(b, static_cast<const unsigned char*>(B), b_bytes);
     _mm512_store_si512(b - 8, _mm512_setzero_si512());
     _mm512_store_si512(b + 8 * vectors(nb), _mm512_setzero_si512());
-    multiply_limbs(C, a_bytes + b_bytes, a, static_cast<i64>(na), b, static_cast<i64>(nb));
+    multiply_limbs(LimbWriter(C, a_bytes + b_bytes), a, static_cast<i64>(na), b, static_cast<i64>(nb));
 }
 
 // Limbs i up to n + 3 are read, and vectors that begin up to 3 limbs before the first: zeros on both sides.
@@ -157,5 +159,5 @@ void square(void* C, const void* A, u64 bytes, void* scratch) noexcept {
     _mm512_store_si512(a - 8, _mm512_setzero_si512());
     _mm512_store_si512(a + 8 * vectors(n), _mm512_setzero_si512());
     _mm512_store_si512(a + 8 * vectors(n) + 8, _mm512_setzero_si512());
-    square_limbs(C, 2 * bytes, a, static_cast<i64>(n));
+    square_limbs(LimbWriter(C, 2 * bytes), a, static_cast<i64>(n));
 }

@@ -17,6 +17,12 @@ struct Ifma52Kernels {
 
     // C[0..2*bytes) = A * A.  scratch [ifma52_scratch_bytes(bytes, bytes)]
     void (*square)(void* C, const void* A, std::uint64_t bytes, void* scratch) noexcept;
+
+    // The same with one level of Karatsuba. Lengths as ifma52_splits() wants them.
+    // scratch [ifma52_split_scratch_bytes(longer bytes, operands)]
+    void (*multiply_split)(void* C, const void* A, std::uint64_t a_bytes, const void* B, std::uint64_t b_bytes,
+                           void* scratch) noexcept;
+    void (*square_split)(void* C, const void* A, std::uint64_t bytes, void* scratch) noexcept;
 };
 
 extern const Ifma52Kernels ifma52_kernels_avx512ifma;

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "kernels/ifma52.h"
 #include "kernels/schoolbook.h"
 
 namespace kvt::kernels {
@@ -63,14 +64,16 @@ u64 sqrK_scratch_words(u64 L) noexcept {
 }
 
 // Scratch that the entry "BKT" of the dispatcher answers for a product of L words: two operand buffers, 24 bytes a
-// 64-bit word of working space, and the Karatsuba term by the 64-bit thresholds in both widths.
+// 64-bit word of working space, and the Karatsuba term by the 64-bit thresholds in both widths; for lengths beyond the
+// default thresholds no less than radix-2^52 products of two operands of L words take beside their 16 L bytes.
 template <class W>
 u64 karatsuba_entry_bytes(u64 L) noexcept {
     const u64 n = sizeof(W) == 8 ? L : (L + 1) / 2;
     const u64 square = 8 * karatsuba_scratch_words(n, karatsuba_sqr_threshold);
     const u64 product =
         n >= karatsuba_mul_threshold ? 16 * n + 8 * karatsuba_scratch_words(n, karatsuba_mul_threshold) : 0;
-    return (8 * n + 39) / 32 * 64 + 24 * n + (product > square ? product : square) + 8;
+    const u64 split = 8 * n >= ifma52_shortest_split_bytes ? ifma52_split_scratch_bytes(8 * n, 2) - 8 * n : 0;
+    return (8 * n + 39) / 32 * 64 + 24 * n + std::max({product, square, split}) + 8;
 }
 
 // C[0..2L) = A * A.   S [sqrK_scratch_words(L)]

@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "kernels/cpu.h"
+#include "kernels/ifma52.h"
 
 namespace kvt::multiply {
 namespace {
@@ -33,14 +34,20 @@ u64 direct_cost(u64 LA, u64 LB, bool square) noexcept {
     const auto [vector, word] = kernels::active_levels();
     const u64 total = LA + LB;
     if (vector == VectorLevel::avx512ifma) {
-        const u64 product = saturating_product(105 * LB, LA);
-        return (square ? product * 54 / 100 : product) + 700 * total;
+        const u64 passes = square ? kernels::ifma52_square_passes : kernels::ifma52_multiply_passes;
+        const bool split = kernels::ifma52_splits(8 * LB, 8 * LA, passes);
+        const u64 column = split ? (square ? 40 : 83) : (square ? 57 : 105);
+        return saturating_product(column * LB, LA) + (split ? (square ? 2050 : 1300) : 700) * total;
     }
     // Karatsuba beyond some 40 words of the shorter operand.
     const bool adx = word == WordLevel::adx;
     const u64 column = adx ? 325 : 830;
     const u64 product = saturating_product(column * std::min(LB, 20 + LB / 2), LA);
     return (square ? product * (adx ? 73 : 95) / 100 : product) + 1000 * total;
+}
+
+u64 shortest_fold_bits() noexcept {
+    return 64 * (kernels::active_levels().vector == VectorLevel::avx512ifma ? 450 : 300);
 }
 
 TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) noexcept {

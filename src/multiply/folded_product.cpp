@@ -9,9 +9,6 @@
 namespace kvt::multiply {
 namespace {
 
-// Below, the choice itself costs too much.
-constexpr u64 shortest_fold_bits = 64 * 300;
-
 // A product to be folded, and what it may use.
 template <class W>
 struct Request {
@@ -68,7 +65,7 @@ template <class W>
 FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u64 LB, bool square, u64 least,
                    u64 scratch_bytes, u64 tasks) noexcept {
     const u64 bits = (LA + LB) * word_bits<W>;
-    if (whole.wrap_sign == 0 || bits < shortest_fold_bits) return {};
+    if (whole.wrap_sign == 0 || bits < shortest_fold_bits()) return {};
     const Request<W> request{LA, LB, square, scratch_bytes, tasks};
     FoldPlan best;
     const auto consider = [&](const FoldPlan& fold) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kernels/direct.h"
+#include "kernels/ifma52.h"
 #include "kernels/karatsuba.h"
 #include "reference/arithmetic.h"
 #include "support/fenced.h"
@@ -172,6 +173,32 @@ void check_halves() {
     }
 }
 
+// The same where the radix-2^52 products split: halves that are equal or nearly so, and those whose difference or whose
+// products are as large as can be.
+template <class W>
+void check_limb_halves() {
+    Rng rng(6);
+    for (const std::size_t bytes : {600, 604, 800, 1220, 1616, 2400, 6656}) {
+        const std::size_t longer = bytes / sizeof(W), low = ifma52_half(longer * sizeof(W)) * 52 / 8;
+        for (const std::size_t shorter : {longer, longer - 1, longer * 7 / 8, longer * 3 / 4}) {
+            for (int kind = 0; kind < 8; ++kind) {
+                const auto A = operand<W>(slot_a, kind < 4 ? Pattern::random : Pattern::all_ones, longer, rng);
+                const auto B = operand<W>(slot_b, kind < 6 ? Pattern::all_ones : Pattern::random, shorter, rng);
+                auto* const a = reinterpret_cast<unsigned char*>(A.data());
+                auto* const b = reinterpret_cast<unsigned char*>(B.data());
+                if (kind < 4) std::memcpy(a + low, a, longer * sizeof(W) - low);
+                if (kind == 1) a[rng.below(longer * sizeof(W))] ^= 1;
+                if (kind == 2) std::memset(a + (longer * sizeof(W) - low), 0, 2 * low - longer * sizeof(W));
+                if (kind == 4 || kind == 5) std::memset(a, 0, low);
+                if (kind == 5) std::memset(b + low, 0, shorter * sizeof(W) - low);
+                if (kind == 7) std::memset(a + low, 0, longer * sizeof(W) - low);
+                check_product<W>(A, B);
+                check_square<W>(A);
+            }
+        }
+    }
+}
+
 TEST(Products, EverySmallPair32) { check_every_small_pair<u32>(); }
 TEST(Products, EverySmallPair64) { check_every_small_pair<u64>(); }
 TEST(Products, RandomLengths32) { check_random_lengths<u32>(); }
@@ -180,6 +207,9 @@ TEST(Products, KaratsubaBlocks32) { check_blocks<u32>(); }
 TEST(Products, KaratsubaBlocks64) { check_blocks<u64>(); }
 TEST(Products, KaratsubaHalves32) { check_halves<u32>(); }
 TEST(Products, KaratsubaHalves64) { check_halves<u64>(); }
+
+TEST(Products, LimbHalves32) { check_limb_halves<u32>(); }
+TEST(Products, LimbHalves64) { check_limb_halves<u64>(); }
 
 TEST(Products, KaratsubaReadsItsThresholdsOnEveryCall) {
     const u64 adx_mul = karatsuba_adx_mul_threshold, adx_sqr = karatsuba_adx_sqr_threshold;
