@@ -88,7 +88,7 @@ class ColumnJoiner {
     bool full() const noexcept { return out_.full(); }
 
   private:
-    // Every column takes 2^62 of which the next one gives 2^10 back.
+    // What every column is given; the next one gives it up, as 2^10.
     static constexpr u64 bias = u64{1} << 62;
 
     __m512i lifted(i64 column) const noexcept {
