@@ -1,8 +1,14 @@
 #include "multiply/engine.h"
 
 #include "kernels/residue61.h"
+#include "multiply/transform_checks.h"
 
 namespace kvt::multiply {
+
+// For the engines whose plans grow with the length.
+u64 TransformEngine::most_kept_bytes(u64 min_bits, u64 tasks) const {
+    return kept_scratch_bytes(plan(min_bits), useful_tasks(tasks, min_bits));
+}
 
 void TransformEngine::product_keeping(const TransformPlan& plan, const GlobalTwiddleTable& table, const void* a,
                                       Residue a_residue, Operand b, void* operand, Window out, bool check, void* work,

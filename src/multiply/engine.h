@@ -36,7 +36,7 @@ struct TransformPlan {
     u64 alignment = 1;      // of operand and work buffers; an engine that wants more has the slack in work_bytes
     u64 table_bits = 0;     // the twiddle table must cover this
 
-    // Scratch; none of the four decreases as min_bits grows, and none depends on the machine.
+    // Scratch; none of the four depends on the machine. They may decrease as min_bits grows: see most_kept_bytes().
     u64 operand_bytes = 0;  // one transformed operand
     u64 work_bytes = 0;     // forward(), multiply(), inverse() beyond the operands
     u64 product_bytes = 0;  // product() beyond operand a; at most operand_bytes + work_bytes
@@ -61,6 +61,10 @@ class TransformEngine {
     // Smallest transform whose wrap_bits is at least min_bits (for products whose top is known). Asks for no more
     // scratch than plan(min_bits).
     virtual TransformPlan plan_wrapped(u64 min_bits) const { return plan(min_bits); }
+
+    // The most scratch that plan() asks for at any length up to min_bits: two kept operands and the working bytes of so
+    // many tasks, fewer where a length has no use for them.
+    virtual u64 most_kept_bytes(u64 min_bits, u64 tasks) const;
 
     // Cuts a into points and transforms it into operand. a must fit in wrap_bits.
     // operand [plan.operand_bytes], work [plan.work_bytes + tasks * plan.task_bytes], any alignment. Returns a's

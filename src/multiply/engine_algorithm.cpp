@@ -203,8 +203,7 @@ void run(const EngineRung& rung, const BasicParameters& params, const char* loca
 
 template <class W>
 u64 EngineAlgorithm<W>::scratch_bytes(u64 L, u64 tasks) const {
-    const u64 bits = L * word_bits<W>;
-    return kept_scratch_bytes(engine().plan(bits), useful_tasks(tasks, bits));
+    return engine().most_kept_bytes(L * word_bits<W>, tasks);
 }
 
 template <class W>

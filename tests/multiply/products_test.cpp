@@ -6,6 +6,7 @@
 
 #include "multiply/dispatch.h"
 #include "multiply/fft/length_table.h"
+#include "multiply/ntt32/rows.h"
 #include "multiply/product_support.h"
 #include "multiply/thresholds.h"
 #include "multiply/transform_helper.h"
@@ -141,6 +142,33 @@ TEST(LargeProducts, TransformHelpersFitTheSizeQuery) {
                 mul_iPsize<u32>(bytes, p + 9, tasks);
                 ASSERT_LE(TransformHelper<u32>::needs(words, tasks).scratch_bytes, bytes) << words;
             }
+}
+
+// A longer product may need less scratch than a shorter one; the query for all lengths up to L never answers less.
+TEST(LargeProducts, ScratchForAllLengthsNeverDecreasesAcrossRows) {
+    for (u64 tasks : {1, 2, 3, 4, 8, 16, 64, 1000}) {
+        u64 least = 0;
+        const auto expect_no_less = [&](u64 words) {
+            u64 bytes, bytes_of_pairs;
+            mul_iPsize<u64>(bytes, words, tasks);
+            mul_iPsize<u32>(bytes_of_pairs, 2 * words, tasks);
+            ASSERT_GE(bytes, least) << words << " words, " << tasks << " tasks";
+            ASSERT_EQ(bytes, bytes_of_pairs) << words << " words, " << tasks << " tasks";
+            ASSERT_LE(TransformHelper<u64>::needs(words, tasks).scratch_bytes, bytes) << words;
+            MulSizeRecord record;
+            mul_Psize<u64>(record, words, tasks);
+            ASSERT_LE(record.scratch_bytes, bytes) << words;
+            least = bytes;
+        };
+        for (u64 words = 1; words < 24'000; words += 1 + words / 50) expect_no_less(words);
+        for (const ntt32::RowList* list : {&ntt32::fine_list, &ntt32::coarse_list})
+            for (u64 i = 0; i < list->length; ++i) {
+                const u64 words = list->rows[i].capacity_bits() / 64;
+                if (words < 24'000 || (list == &ntt32::coarse_list && words * 64 <= ntt32::fine_max_bits)) continue;
+                expect_no_less(words);
+                expect_no_less(words + 1);
+            }
+    }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "multiply/ntt32/layout.h"
 #include "multiply/ntt32/output.h"
 #include "multiply/ntt32/root_tables.h"
+#include "multiply/transform_checks.h"
 #include "multiply/twiddle_table.h"
 #include "threads/parallel.h"
 
@@ -213,10 +214,19 @@ class Engine final : public TransformEngine {
     explicit constexpr Engine(bool negacyclic) : negacyclic_(negacyclic) {}
 
     TransformPlan plan(u64 min_bits) const override {
+        if (min_bits > max_bits) raise_no_algorithm();
         TransformPlan plan;
         plan.min_bits = plan.table_bits = min_bits;
         plan_row(plan, row_number(min_bits), negacyclic_);
         return plan;
+    }
+
+    // A row may need less than a shorter one: fewer primes, or blocks instead of primes for the tasks.
+    u64 most_kept_bytes(u64 min_bits, u64 tasks) const override {
+        u64 most = TransformEngine::most_kept_bytes(min_bits, tasks);
+        for (u64 bits = end_of_row(0); bits < min_bits; bits = end_of_row(bits + 1))
+            most = std::max(most, kept_scratch_bytes(plan(bits), useful_tasks(tasks, bits)));
+        return most;
     }
 
     Residue forward(const TransformPlan& plan, const GlobalTwiddleTable& table, Operand a, void* operand, void* work,

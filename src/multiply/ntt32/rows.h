@@ -31,6 +31,8 @@ extern const RowList fine_list, coarse_list;
 
 // The row that a product of this many bits uses; bits <= max_bits. Its number counts through both lists.
 u64 row_number(u64 bits) noexcept;
+// The longest product that chooses its row from the same place of the lists as one of this many bits.
+u64 end_of_row(u64 bits) noexcept;
 Row row_of(u64 number) noexcept;
 
 }  // namespace kvt::multiply::ntt32
