@@ -12,8 +12,8 @@ extern "C" {
 
 /* What a failed operation returns; null is success. Release it through its own destroy function only.
  *   kind     1: an error of the library or the C++ standard library; 2: anything else
- *   length   characters of message, without the terminating zero; 0 where a number's buffer is too small: the
- *            sizes are printed
+ *   length   characters of message, without the terminating zero; 0 where a number's buffer is too small: which
+ *            operation it was is printed
  */
 typedef struct ExceptionWrapper ExceptionWrapper;
 struct ExceptionWrapper {

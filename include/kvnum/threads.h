@@ -43,7 +43,8 @@ struct IndexAction {
  *
  *   destroy         never called by the library
  *   name            display name, constant
- *   details         writes the line that print_details prints (without its end) to out, in place of the text there
+ *   details         writes the line that print_details prints (without its end) to out, in place of the text there,
+ *                   which stays where there is no memory
  *   print_details   prints name, "  ->  ", the workers ("?" for 0), " / " and the task count in colour
  *   apply_settings  passes the settings to what runs the work; the library's own use is described at "cilk" below
  *   run_range       runs action once for every index in [begin, end), by binary splitting: the lower half of a range

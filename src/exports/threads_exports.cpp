@@ -14,7 +14,7 @@ KVNUM_EXPORT void SetParallelFramework(ParallelFramework* framework) noexcept { 
 KVNUM_EXPORT const char* GetFrameworkName(ParallelFramework* framework) noexcept { return framework->name(); }
 
 KVNUM_EXPORT void PrintFrameworkDetails(ParallelFramework* framework, u64 tasks) noexcept {
-    framework->print_details(tasks);
+    guarded_print([=] { framework->print_details(tasks); });
 }
 
 KVNUM_EXPORT ParallelFramework* GetBuiltInFrameworkByName(const char* name) noexcept {

@@ -58,13 +58,13 @@ void add_thresholds(ConsoleText& text) {
 extern "C" {
 
 KVNUM_EXPORT void PrintVersionInfo() noexcept {
-    guarded([] {
+    guarded_print([] {
         ConsoleText().line("kvnum " KVNUM_VERSION, 'Y').line("Multi-precision arithmetic", 'w').line().print();
     });
 }
 
 KVNUM_EXPORT void CompilationOptions() noexcept {
-    guarded([] {
+    guarded_print([] {
         ConsoleText text;
         add_value(text, "Version:", KVNUM_VERSION " (" KVNUM_REVISION ")");
         add_value(text, "Compiler:", __VERSION__);

@@ -49,17 +49,20 @@ Serialization::ParseException::ParseException(const char* location, std::string 
     message = std::move(text);
 }
 
-void print_exception(const kv_exception& error) {
-    ConsoleText text;
-    text.line();
-    text.add("Exception Encountered: ", 'w').line(error.title, 'R');
-    text.line("Error Code: " + to_decimal_signed(error.code), 'w');
-    if (error.location != nullptr) text.line(std::string("Location: ") + error.location);
-    if (error.static_message != nullptr) text.line(error.static_message);
-    if (!error.message.empty()) text.line(error.message);
-    if (!error.wide_message.empty()) text.line(narrow(error.wide_message));
-    text.line("", 'w');
-    text.print();
+void print_exception(const kv_exception& error) noexcept {
+    try {
+        ConsoleText text;
+        text.line();
+        text.add("Exception Encountered: ", 'w').line(error.title, 'R');
+        text.line("Error Code: " + to_decimal_signed(error.code), 'w');
+        if (error.location != nullptr) text.line(std::string("Location: ") + error.location);
+        if (error.static_message != nullptr) text.line(error.static_message);
+        if (!error.message.empty()) text.line(error.message);
+        if (!error.wide_message.empty()) text.line(narrow(error.wide_message));
+        text.line("", 'w');
+        text.print();
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 void raise(const kv_exception& error) {

@@ -90,8 +90,8 @@ class ThreadException : public kv_exception {
 };
 }  // namespace Threads
 
-// Prints the error's block: title, code, location, messages.
-void print_exception(const kv_exception& error);
+// Prints the error's block: title, code, location, messages. Nothing where there is no memory for its text.
+void print_exception(const kv_exception& error) noexcept;
 
 // Acts on the error's reaction level. Returns only for REACT_IGNORE.
 void raise(const kv_exception& error);

@@ -1,5 +1,6 @@
 #pragma once
-// The boundary: an exported operation runs inside guarded(), the only place outside threads/ that catches.
+// The boundary: an exported operation runs inside guarded(), the only place outside threads/ that catches what an
+// operation throws.
 
 #include <exception>
 
@@ -41,6 +42,15 @@ ExceptionWrapper* guarded(Operation&& operation) noexcept {
         return make_wrapper(1, error.what());
     } catch (...) {
         return make_wrapper(2, errors::unknown_exception);
+    }
+}
+
+// For exports that only print and hand nothing back: an error, such as no memory for the text, is lost.
+template <class Operation>
+void guarded_print(Operation&& operation) noexcept {
+    try {
+        operation();
+    } catch (...) {
     }
 }
 

@@ -62,10 +62,15 @@ void pin_library() noexcept {
 unsigned processor_groups() noexcept { return 1; }
 
 std::uint64_t processor_count() noexcept {
-    cpu_set_t allowed;
-    if (sched_getaffinity(0, sizeof allowed, &allowed) == 0) return static_cast<std::uint64_t>(CPU_COUNT(&allowed));
-    const long online = sysconf(_SC_NPROCESSORS_ONLN);
-    return online > 0 ? static_cast<std::uint64_t>(online) : 0;
+    // Once, when the library is loaded: a thread that is bound later must not stand for the process.
+    static const std::uint64_t count = [] {
+        cpu_set_t allowed;
+        if (sched_getaffinity(0, sizeof allowed, &allowed) == 0)
+            return static_cast<std::uint64_t>(CPU_COUNT(&allowed));
+        const long online = sysconf(_SC_NPROCESSORS_ONLN);
+        return online > 0 ? static_cast<std::uint64_t>(online) : 0;
+    }();
+    return count;
 }
 
 void place_calling_thread(std::uint64_t) noexcept {}

@@ -30,12 +30,15 @@ class RangeSplitter final : public BasicAction {
 }  // namespace
 
 void ParallelFramework::details(TextRecord* out, u64 tasks) {
-    const std::string line = name() + ("  ->  " + worker_text(*this)) + " / " + to_decimal(tasks);
-    auto* text = static_cast<char*>(std::malloc(line.size() + 1));
-    if (text == nullptr) throw std::bad_alloc();
-    std::memcpy(text, line.c_str(), line.size() + 1);
-    if (out->text != nullptr) out->text_free(out->text);
-    *out = {line.size(), text, [](char* memory) { std::free(memory); }};
+    try {
+        const std::string line = name() + ("  ->  " + worker_text(*this)) + " / " + to_decimal(tasks);
+        auto* text = static_cast<char*>(std::malloc(line.size() + 1));
+        if (text == nullptr) return;
+        std::memcpy(text, line.c_str(), line.size() + 1);
+        if (out->text != nullptr) out->text_free(out->text);
+        *out = {line.size(), text, [](char* memory) { std::free(memory); }};
+    } catch (const std::bad_alloc&) {  // the caller may be C
+    }
 }
 
 void ParallelFramework::print_details(u64 tasks) {

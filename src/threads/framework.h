@@ -31,7 +31,8 @@ struct IndexAction {
 struct ParallelFramework {
     virtual void destroy() {}
     virtual const char* name() = 0;
-    // The line that print_details prints, without its end; replaces the text that the record holds.
+    // The line that print_details prints, without its end; replaces the text that the record holds, which stays
+    // where there is no memory.
     virtual void details(TextRecord* out, u64 tasks);
     virtual void print_details(u64 tasks);
     virtual void apply_settings() {}

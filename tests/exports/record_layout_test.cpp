@@ -11,7 +11,11 @@
 #include "frame/progress.h"
 #include "multiply/algorithm.h"
 #include "multiply/twiddle_table.h"
+#include "objects/basic_int.h"
+#include "objects/big_float.h"
 #include "objects/big_int.h"
+#include "objects/exact_float.h"
+#include "threads/callbacks.h"
 #include "threads/framework.h"
 
 // A type that no padding or hidden member can change between compilers.
@@ -57,19 +61,36 @@ SAME_FIELD(GlobalTwiddleTable, kvt::GlobalTwiddleTable, section);
 SAME_FIELD(GlobalTwiddleTable, kvt::GlobalTwiddleTable, descriptor);
 SAME_FIELD(GlobalTwiddleTable, kvt::GlobalTwiddleTable, block);
 
-SAME_SIZE(BigInt_c32, kvt::objects::BigInt<kvt::u32>);
-SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, T);
-SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, L);
-SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, sign);
-SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, buffer);
-SAME_FIELD(BigInt_c32, kvt::objects::BigInt<kvt::u32>, buffer_size);
+SAME_SIZE(ActionCallback, kvt::Threads::ActionCallback);
+SAME_FIELD(ActionCallback, kvt::Threads::ActionCallback, fn);
+SAME_FIELD(ActionCallback, kvt::Threads::ActionCallback, context);
+SAME_SIZE(IndexActionCallback, kvt::Threads::IndexActionCallback);
+SAME_FIELD(IndexActionCallback, kvt::Threads::IndexActionCallback, fn);
+SAME_FIELD(IndexActionCallback, kvt::Threads::IndexActionCallback, context);
 
-SAME_SIZE(BigInt_c64, kvt::objects::BigInt<kvt::u64>);
-SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, T);
-SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, L);
-SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, sign);
-SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, buffer);
-SAME_FIELD(BigInt_c64, kvt::objects::BigInt<kvt::u64>, buffer_size);
+#define SAME_NUMBER(Public, Number) \
+    SAME_SIZE(Public, Number);      \
+    SAME_FIELD(Public, Number, T);  \
+    SAME_FIELD(Public, Number, L);  \
+    SAME_FIELD(Public, Number, buffer_size)
+
+#define SAME_NUMBERS(suffix, W)                                         \
+    SAME_NUMBER(BasicInt_##suffix, kvt::objects::BasicInt<W>);          \
+    SAME_FIELD(BasicInt_##suffix, kvt::objects::BasicInt<W>, hash);     \
+    SAME_NUMBER(BigInt_##suffix, kvt::objects::BigInt<W>);              \
+    SAME_FIELD(BigInt_##suffix, kvt::objects::BigInt<W>, sign);         \
+    SAME_FIELD(BigInt_##suffix, kvt::objects::BigInt<W>, buffer);       \
+    SAME_NUMBER(BigFloat_##suffix, kvt::objects::BigFloat<W>);          \
+    SAME_FIELD(BigFloat_##suffix, kvt::objects::BigFloat<W>, exp);      \
+    SAME_FIELD(BigFloat_##suffix, kvt::objects::BigFloat<W>, sign);     \
+    SAME_FIELD(BigFloat_##suffix, kvt::objects::BigFloat<W>, buffer);   \
+    SAME_NUMBER(ExactFloat_##suffix, kvt::objects::ExactFloat<W>);      \
+    SAME_FIELD(ExactFloat_##suffix, kvt::objects::ExactFloat<W>, exp);  \
+    SAME_FIELD(ExactFloat_##suffix, kvt::objects::ExactFloat<W>, hash); \
+    SAME_FIELD(ExactFloat_##suffix, kvt::objects::ExactFloat<W>, buffer)
+
+SAME_NUMBERS(c32, kvt::u32);
+SAME_NUMBERS(c64, kvt::u64);
 
 // A framework has a table pointer first: not a plain record inside, but of the size that the public header gives it.
 static_assert(plain<ParallelFramework> && sizeof(ParallelFramework) == sizeof(kvt::Threads::ParallelFramework));

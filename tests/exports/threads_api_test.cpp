@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "exports/threads_framework.h"
@@ -53,6 +54,24 @@ TEST_F(ThreadsApi, CallbacksRunOnEveryFramework) {
     }
 }
 
+// The second side never leaves the calling thread; the first does where a thread is made for it.
+TEST_F(ThreadsApi, SecondSidesStayOnTheCallingThread) {
+    for (const char* name : names) {
+        SetParallelFramework(GetBuiltInFrameworkByName(name));
+        const auto note = [](void* id) { *static_cast<std::thread::id*>(id) = std::this_thread::get_id(); };
+        std::thread::id ids[2];
+        const ActionCallback first{note, &ids[0]}, second{note, &ids[1]};
+        dll_RunInParallel_BasicAction(&first, &second);
+        EXPECT_EQ(ids[1], std::this_thread::get_id()) << name;
+        const std::string made = name;
+        if (made == "none") {
+            EXPECT_EQ(ids[0], ids[1]);
+        } else if (made == "spawn" || made == "cppasync") {
+            EXPECT_NE(ids[0], ids[1]) << name;
+        }
+    }
+}
+
 TEST_F(ThreadsApi, NullRunsOnTheCallingThread) {
     SetParallelFramework(nullptr);
     EXPECT_EQ(GetParallelFramework(), nullptr);
@@ -76,6 +95,10 @@ TEST_F(ThreadsApi, FrameworkWrittenInCRunsARange) {
         [](void* order, uint64_t i) { static_cast<std::vector<uint64_t>*>(order)->push_back(i); }, &order};
     dll_RunInParallel_IndexAction(&callback, 10, 15);
     EXPECT_EQ(order, (std::vector<uint64_t>{14, 13, 12, 11, 10}));
+    EXPECT_EQ(framework.forks, 4u);
+    dll_RunInParallel_IndexAction(&callback, 10, 11);
+    dll_RunInParallel_IndexAction(&callback, 10, 10);
+    dll_RunInParallel_IndexAction(&callback, 10, 9);
     EXPECT_EQ(framework.forks, 4u);
 
     const ActionCallback mark{[](void* forks) { *static_cast<unsigned*>(forks) += 100; }, &framework.forks};

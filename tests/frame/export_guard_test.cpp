@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <new>
 
 #include "frame/console.h"
@@ -102,6 +103,30 @@ const test::ChildCase wraps_without_memory{
     }};
 
 TEST(Wrapper, IsNullWhenThereIsNoMemoryForItsMessage) { EXPECT_EQ(wraps_without_memory.run().status, 10); }
+
+void use_up_memory() {
+    const rlimit limit{96 << 20, 96 << 20};
+    setrlimit(RLIMIT_AS, &limit);
+    // Small sizes one by one: the allocator keeps freed blocks of each.
+    for (std::size_t bytes = 64 << 20; bytes >= 16; bytes -= bytes > 4096 ? bytes / 2 : 16)
+        for (bool taken = true; taken;) {
+            void* volatile memory = std::malloc(bytes);
+            taken = memory != nullptr;
+        }
+}
+
+const test::ChildCase fails_without_memory{"fail_without_memory", [] {
+                                               const kv_exception error(9, "title", "place", "text");
+                                               use_up_memory();
+                                               std::_Exit(guarded([&] { raise(error); }) == nullptr ? 10 : 11);
+                                           }};
+
+// Neither the first print nor the second has memory for its text, nor has the wrapper: the error is lost, no more.
+TEST(Guarded, GivesNullWhenThereIsNoMemoryForAnything) {
+    const test::ChildEnd end = fails_without_memory.run();
+    EXPECT_EQ(end.status, 10);
+    EXPECT_EQ(end.output, "");
+}
 
 #endif
 
