@@ -2,6 +2,7 @@
 
 #include "frame/fatal.h"
 #include "inverse/seed.h"
+#include "inverse/short_quotient.h"
 
 namespace kvt::inverse {
 namespace {
@@ -67,14 +68,8 @@ SmallFloat<W> reciprocal_direct_step(const SmallFloat<W>& x, const SmallFloat<W>
 template <class W>
 SmallFloat<W> reciprocal_direct(const W* T, u64 n, i64 exp, u64 p) {
     if (p == 0) return reciprocal_seed(T, n, exp);
-    const u64 h = direct_half(p);
-    SmallFloat<W> R = reciprocal_direct(T, n, exp, h);
-    R.keep_top(h + 2);
-    const SmallFloat<W> x = top_words(T, n, exp, p + 2);
-    SmallFloat<W> out = reciprocal_direct_step(x, R, p, h);
-    // One step takes a 53-bit seed to 104 bits only, less than two 64-bit words.
-    if (word_bits<W> == 64 && p == 1) out = reciprocal_direct_step(x, out, p, h);
-    return out;
+    W unit = 1;
+    return short_quotient<W>({&unit, 1, 0, true, nullptr, 0}, {const_cast<W*>(T), n, exp, true, nullptr, 0}, p);
 }
 
 template <class W>

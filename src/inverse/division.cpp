@@ -8,6 +8,7 @@
 #include "inverse/newton.h"
 #include "inverse/progress.h"
 #include "inverse/reciprocal.h"
+#include "inverse/short_quotient.h"
 #include "inverse/step_transforms.h"
 #include "objects/big_float.h"
 
@@ -29,14 +30,12 @@ constexpr const char* location = "BigFloatR_div_P()";
 }
 
 template <class W>
-void divide_direct(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p,
+void divide_direct(BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p,
                    WordScratch<W> scratch) {
     // The reciprocal takes the first p + 3 words, its recursion would take the rest.
     const u64 rest = scratch.n > p + 3 ? scratch.n - (p + 3) : 0;
     check_direct_space(reciprocal_direct_texts, p, scratch.n, p + 3, rest, 2 * direct_half(p) + 5);
-    SmallFloat<W> r = reciprocal_direct(b.T, b.L, b.exp, p);
-    const BigFloat<W> R{r.w, r.n, r.exp, b.sign, r.w, r.n};
-    objects::set_mul(out, params, a, R, p);
+    store(short_quotient(a, b, p), out, a.sign == b.sign);
 }
 
 // D := a - b * Q over the h + 4 words below position `known`, where a and b * Q agree; returns whether D < 0.
@@ -131,7 +130,7 @@ void divide(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& 
     objects::check_normalization(b);
     p = clamp_precision(p);
     if (p < direct_limit_words) {
-        divide_direct(params, out, a, b, p, scratch);
+        divide_direct(out, a, b, p, scratch);
         return;
     }
 
@@ -140,7 +139,7 @@ void divide(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& 
     require_capacity(out.buffer_size, p + 2, location);
     require_capacity(scratch.n, p + 2 * h + 10, location);
     W* const q = scratch.words + (h + 3);
-    StepTransforms<W>(params, p + 9);  // table and scratch are found too small before anything is written
+    require_transforms<W>(params, p + 9);  // table and scratch are found too small before anything is written
     // No word of a below the window of D counts.
     const objects::Unchanged<W> same_a(objects::top_words(a, 2 * h + 1), location);
     const objects::Unchanged<W> same_b(objects::top_words(b, p + 2), location);

@@ -118,7 +118,7 @@ void inverse_sqrt(const BasicParameters& params, BigFloat<W>& out, W x, u64 p, W
     if (p < direct_limit_words)
         check_direct_space(inverse_sqrt_direct_texts, p, out.buffer_size, p + 4, scratch.n, 2 * direct_half(p) + 5);
     else
-        StepTransforms<W>(params, p + 6);  // table and scratch are found too small before anything is written
+        require_transforms<W>(params, p + 6);  // table and scratch are found too small before anything is written
     inverse_sqrt_recursive(params, out, x, p, scratch, sink);
 }
 

@@ -1,48 +1,78 @@
 #pragma once
-// The two products of a Newton step, by absolute word positions: one operand's transform is kept from the first to
-// the second.
+// The two products of a Newton step, by absolute word positions: one operand is kept from the first to the second,
+// transformed where the product is long. Short products are plain ones of the words.
 
+#include <optional>
+
+#include "frame/exceptions.h"
+#include "inverse/residue64.h"
+#include "kernels/direct.h"
+#include "multiply/algorithms.h"
+#include "multiply/thresholds.h"
 #include "objects/big_float_parts.h"
 #include "objects/inverse_product.h"
 #include "objects/words.h"
 
 namespace kvt::inverse {
 
+// Raises when the parameters' table or scratch is too small for a step's products of `words` words.
+template <class W>
+void require_transforms(const BasicParameters& params, u64 words) {
+    multiply::TransformHelper<W>(params, words);
+}
+
 template <class W>
 class StepTransforms {
     using BigFloat = objects::BigFloat<W>;
 
   public:
-    // Products of `words` words; raises when the parameters' table or scratch is too small for them.
-    StepTransforms(const BasicParameters& params, u64 words) : helper_(params, words) {}
+    // Products of `words` words, for which the parameters suffice (require_transforms).
+    StepTransforms(const BasicParameters& params, u64 words) {
+        if (&multiply::threshold_table<W>().select(words) == &multiply::basecase_algorithm<W>) {
+            const auto address = reinterpret_cast<std::uintptr_t>(params.memory);
+            plain_ = reinterpret_cast<u64*>(address + (0 - address) % sizeof(u64));
+        } else {
+            helper_.emplace(params, words);
+        }
+    }
 
     // Transforms the operand that both products share.
-    void keep(const BigFloat& a) { kept_ = objects::transform_first(helper_, a); }
+    void keep(const BigFloat& a) {
+        words_ = a;
+        if (plain_ == nullptr) kept_ = objects::transform_first(*helper_, a);
+    }
 
     // out[0..count) = words of kept * b at positions first..; the kept operand stays. What wraps must stay below.
     void multiply(const BigFloat& b, W* out, i64 first, u64 count) {
-        auto operand = objects::transform_second(helper_, b);
+        if (plain_ != nullptr) return copy_window(plain_product(b), b, out, first, count);
+        auto operand = objects::transform_second(*helper_, b);
         multiply(operand, out, first, count);
     }
 
     // The same for the kept operand's square.
     void square(W* out, i64 first, u64 count) {
-        objects::TransformedFloat<W> operand{helper_.copy_second(kept_.words), kept_.exp, kept_.sign};
+        if (plain_ != nullptr) return copy_window(plain_product(words_), words_, out, first, count);
+        objects::TransformedFloat<W> operand{helper_->copy_second(kept_.words), kept_.exp, kept_.sign};
         multiply(operand, out, first, count);
     }
 
-    // kept * b, which fits and is the last product of a step, is formed in one go.
+    // kept * b, which fits and is the last product of a step, is formed in one go, and checked.
     void multiply_last(const BigFloat& b, W* out, i64 first, u64 count) {
+        if (plain_ != nullptr) {
+            const W* product = plain_product(b);
+            check(b);
+            return copy_window(product, b, out, first, count);
+        }
         const i64 index = first - (kept_.exp + b.exp);
         const u64 below = index < 0 ? std::min(static_cast<u64>(-index), count) : 0;
         objects::zero_words(out, below);
-        helper_.product(kept_.words, b.T, b.L, out + below, static_cast<u64>(std::max<i64>(index, 0)), count - below);
+        helper_->product(kept_.words, b.T, b.L, out + below, static_cast<u64>(std::max<i64>(index, 0)), count - below);
     }
 
   private:
     void multiply(objects::TransformedFloat<W>& operand, W* out, i64 first, u64 count) {
         BigFloat product{out, 0, 0, true, out, count};
-        objects::set_inverse_fmul(product, helper_, operand, kept_, first, first + static_cast<i64>(count));
+        objects::set_inverse_fmul(product, *helper_, operand, kept_, first, first + static_cast<i64>(count));
         // Words to their positions: zeros below the product's lowest word and above its top one.
         const u64 below = product.L == 0 ? 0 : static_cast<u64>(product.exp - first);
         objects::copy_words(out + below, product.T, product.L);
@@ -50,7 +80,36 @@ class StepTransforms {
         objects::zero_words(out + below + product.L, count - below - product.L);
     }
 
-    multiply::TransformHelper<W> helper_;
+    W* plain_product(const BigFloat& b) {
+        W* const product = reinterpret_cast<W*>(plain_);
+        const u64 n = words_.L + b.L;
+        if (b.T == words_.T)
+            kernels::direct_square(product, b.T, b.L, product + n);
+        else
+            kernels::direct_multiply(product, words_.T, words_.L, b.T, b.L, product + n);
+        return product;
+    }
+
+    void copy_window(const W* product, const BigFloat& b, W* out, i64 first, u64 count) const noexcept {
+        const i64 index = first - (words_.exp + b.exp);
+        const u64 below = index < 0 ? std::min(static_cast<u64>(-index), count) : 0;
+        const u64 start = static_cast<u64>(std::max<i64>(index, 0)), n = words_.L + b.L;
+        const u64 present = start < n ? std::min(count - below, n - start) : 0;
+        objects::zero_words(out, below);
+        objects::copy_words(out + below, product + start, present);
+        objects::zero_words(out + below + present, count - below - present);
+    }
+
+    void check(const BigFloat& b) const {
+        const W* product = reinterpret_cast<const W*>(plain_);
+        const u64 expected = multiply_residues(residue64(words_.T, words_.L), residue64(b.T, b.L));
+        if (residue_difference(residue64(product, words_.L + b.L), expected) != 0)
+            raise_redundancy_failure("direct product", "The product does not match its factors modulo 2^64 - 1.\n");
+    }
+
+    u64* plain_ = nullptr;  // plain products, in the scratch memory; null where transforms are in use
+    BigFloat words_{};      // the kept operand, and its transform
+    std::optional<multiply::TransformHelper<W>> helper_;
     objects::TransformedFloat<W> kept_{};
 };
 
