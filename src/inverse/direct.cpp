@@ -57,19 +57,23 @@ SmallFloat<W> corrected(const SmallFloat<W>& R, const SmallFloat<W>& C, bool ove
 }  // namespace
 
 template <class W>
-SmallFloat<W> reciprocal_direct_step(const SmallFloat<W>& x, const SmallFloat<W>& R, u64 p, u64 h) {
-    const SmallFloat<W> P = multiply(x, R, p);
-    Residual<W> residual = residual_from_one(reciprocal_direct_texts, P, h);
-    if (residual.e.n == 0) return R;
-    residual.e.keep_top(h + 2);
-    return corrected(R, multiply(R, residual.e, p), residual.over_estimate, p);
+void fail_reciprocal(const EngineTexts& texts, const SmallFloat<W>& x, const SmallFloat<W>& R, u64 p, u64 difference) {
+    residual_from_one(texts, multiply(x, R, std::min(p, direct_limit_words)), direct_half(p));
+    fail_guard(texts, difference);
 }
 
 template <class W>
-SmallFloat<W> reciprocal_direct(const W* T, u64 n, i64 exp, u64 p) {
-    if (p == 0) return reciprocal_seed(T, n, exp);
+SmallFloat<W> reciprocal_direct(const EngineTexts& texts, const objects::BigFloat<W>& x, u64 p) {
+    SmallFloat<W> R;
+    if (p == 0) {
+        R = reciprocal_seed(x.T, x.L, x.exp);
+        return R;
+    }
     W unit = 1;
-    return short_quotient<W>({&unit, 1, 0, true, nullptr, 0}, {const_cast<W*>(T), n, exp, true, nullptr, 0}, p);
+    const u64 difference = short_quotient<W>(R, {&unit, 1, 0, true, nullptr, 0}, x, p);
+    if (difference != 0) [[unlikely]]
+        fail_reciprocal(texts, top_words(x.T, x.L, x.exp, direct_limit_words), R, p, difference);
+    return R;
 }
 
 template <class W>
@@ -95,10 +99,10 @@ SmallFloat<W> inverse_sqrt_direct(W x, u64 p) {
     return inverse_sqrt_direct_step(x, R, p, h);
 }
 
-template SmallFloat<u32> reciprocal_direct(const u32*, u64, i64, u64);
-template SmallFloat<u64> reciprocal_direct(const u64*, u64, i64, u64);
-template SmallFloat<u32> reciprocal_direct_step(const SmallFloat<u32>&, const SmallFloat<u32>&, u64, u64);
-template SmallFloat<u64> reciprocal_direct_step(const SmallFloat<u64>&, const SmallFloat<u64>&, u64, u64);
+template SmallFloat<u32> reciprocal_direct(const EngineTexts&, const objects::BigFloat<u32>&, u64);
+template SmallFloat<u64> reciprocal_direct(const EngineTexts&, const objects::BigFloat<u64>&, u64);
+template void fail_reciprocal(const EngineTexts&, const SmallFloat<u32>&, const SmallFloat<u32>&, u64, u64);
+template void fail_reciprocal(const EngineTexts&, const SmallFloat<u64>&, const SmallFloat<u64>&, u64, u64);
 template SmallFloat<u32> inverse_sqrt_direct(u32, u64);
 template SmallFloat<u64> inverse_sqrt_direct(u64, u64);
 template SmallFloat<u32> inverse_sqrt_direct_step(u32, const SmallFloat<u32>&, u64, u64);

@@ -1,12 +1,13 @@
 #pragma once
-// The direct engines: Newton steps with ordinary products below 10 words, entirely on the stack.
+// The direct engines, entirely on the stack: reciprocals by the schoolbook method, inverse square roots by Newton
+// steps with ordinary products below 10 words.
 //
-// A step takes R, good to h words, to a result good to p words: the residual e of P = x * R (or x * R * R) from 1 is
-// formed exactly from the kept words, and the result is R + R * e (or R + R * e / 2), cut to p + 2 words.
-// Measured over 20,000 operands a row: |x * result - 1| < 2^-(W-2) * B^-p for p >= 2 (W bits a word), 2^-52 for p =
+// A step takes R, good to h words, to a result good to p words: the residual e of P = x * R * R from 1 is formed
+// exactly from the kept words, and the result is R + R * e / 2, cut to p + 2 words.
+// Measured over 20,000 operands a row: |x * result^2 - 1| < 2^-(W-2) * B^-p for p >= 2 (W bits a word), 2^-52 for p =
 // 0.
 
-#include "inverse/small_float.h"
+#include "inverse/short_quotient.h"
 #include "inverse/texts.h"
 
 namespace kvt::inverse {
@@ -16,13 +17,15 @@ inline constexpr u64 direct_limit_words = 10;
 // Half precision of a direct step.
 constexpr u64 direct_half(u64 p) noexcept { return p == 1 ? 0 : p == 2 ? 1 : (p + 1) / 2; }
 
-// 1/x to p < 10 words for a magnitude with a non-zero top word.
+// 1/|x| to p < short_quotient_limit words for a normalised x that is not zero. |x * result - 1| < 3 * B^-(p+1), at p =
+// 0, which is the reciprocal of a double, 2^-52. Raises the engine's failure where the quotient proves wrong.
 template <class W>
-SmallFloat<W> reciprocal_direct(const W* T, u64 n, i64 exp, u64 p);
+SmallFloat<W> reciprocal_direct(const EngineTexts& texts, const objects::BigFloat<W>& x, u64 p);
 
-// One step from R at precision h; raises the engine's failure when R is not a reciprocal of x to h words.
+// Says what is wrong with R, found not to be the reciprocal of x: how far from 1 their product is.
 template <class W>
-SmallFloat<W> reciprocal_direct_step(const SmallFloat<W>& x, const SmallFloat<W>& R, u64 p, u64 h);
+[[noreturn]] void fail_reciprocal(const EngineTexts& texts, const SmallFloat<W>& x, const SmallFloat<W>& R, u64 p,
+                                  u64 difference);
 
 // 1/sqrt(x) to p < 10 words, x >= 1.
 template <class W>

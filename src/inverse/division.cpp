@@ -30,12 +30,23 @@ constexpr const char* location = "BigFloatR_div_P()";
 }
 
 template <class W>
+void store_quotient(BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p) {
+    SmallFloat<W> quotient;
+    const u64 difference = short_quotient(quotient, a, b, p);
+    if (difference != 0) [[unlikely]] {
+        if (p < direct_limit_words) fail_guard(reciprocal_direct_texts, difference);
+        fail_division(difference, 0);
+    }
+    store(quotient, out, a.sign == b.sign);
+}
+
+template <class W>
 void divide_direct(BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p,
                    WordScratch<W> scratch) {
     // The reciprocal takes the first p + 3 words, its recursion would take the rest.
     const u64 rest = scratch.n > p + 3 ? scratch.n - (p + 3) : 0;
     check_direct_space(reciprocal_direct_texts, p, scratch.n, p + 3, rest, 2 * direct_half(p) + 5);
-    store(short_quotient(a, b, p), out, a.sign == b.sign);
+    store_quotient(out, a, b, p);
 }
 
 // D := a - b * Q over the h + 4 words below position `known`, where a and b * Q agree; returns whether D < 0.
@@ -134,12 +145,20 @@ void divide(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& 
         return;
     }
 
-    // Scratch: R [h + 3], Q [h + 2], D [h + 4]; the reciprocal borrows the space of Q and D.
+    // The order of these checks is that of the steps of a long division.
     const u64 h = half_precision(p);
     require_capacity(out.buffer_size, p + 2, location);
     require_capacity(scratch.n, p + 2 * h + 10, location);
-    W* const q = scratch.words + (h + 3);
     require_transforms<W>(params, p + 9);  // table and scratch are found too small before anything is written
+    if (p < short_quotient_limit<W>) {
+        show_steps<W>(h, sink);
+        for (const char* tag : {" - 0M - ", " - 1M - ", " - 2M - "}) Phase<W>(sink, tag, h);
+        store_quotient(out, a, b, p);
+        return;
+    }
+
+    // Scratch: R [h + 3], Q [h + 2], D [h + 4]; the reciprocal borrows the space of Q and D.
+    W* const q = scratch.words + (h + 3);
     // No word of a below the window of D counts.
     const objects::Unchanged<W> same_a(objects::top_words(a, 2 * h + 1), location);
     const objects::Unchanged<W> same_b(objects::top_words(b, p + 2), location);

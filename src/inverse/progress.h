@@ -4,6 +4,8 @@
 #include "frame/fatal.h"
 #include "frame/progress.h"
 #include "frame/types.h"
+#include "inverse/direct.h"
+#include "inverse/newton.h"
 
 namespace kvt::inverse {
 
@@ -29,5 +31,16 @@ class Phase {
   private:
     ProgressTag tag_;
 };
+
+// The phases of the steps that lead to p words, for a quotient that is formed in one go: the first half of its digits,
+// which is an under-estimate, and the others.
+template <class W>
+void show_steps(u64 p, const ProgressSink* sink) {
+    if (sink == nullptr || p < direct_limit_words) return;
+    const u64 h = half_precision(p);
+    show_steps<W>(h, sink);
+    Phase<W>(sink, " - 0M - ", h);
+    Phase<W>(sink, " - U1M - ", h);
+}
 
 }  // namespace kvt::inverse

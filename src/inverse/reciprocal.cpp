@@ -92,8 +92,10 @@ void check_operand(const BigFloat<W>& x) {
 template <class W>
 void reciprocal_recursive(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& x, u64 p,
                           WordScratch<W> scratch, const ProgressSink* sink) {
-    if (p < direct_limit_words) {
-        store(reciprocal_direct(x.T, x.L, x.exp, p), out, x.sign);
+    if (p < short_quotient_limit<W>) {
+        show_steps<W>(p, sink);
+        const EngineTexts& texts = p < direct_limit_words ? reciprocal_direct_texts : reciprocal_texts;
+        store(reciprocal_direct(texts, x, p), out, x.sign);
         return;
     }
     const u64 h = half_precision(p);
@@ -118,6 +120,8 @@ void reciprocal(const BasicParameters& params, BigFloat<W>& out, const BigFloat<
         return reciprocal_recursive(params, out, x, p, scratch, sink);
     }
     require_transforms<W>(params, p + 8);  // table and scratch are found too small before anything is written
+    require_capacity(out.buffer_size, p + 3, reciprocal_texts.location);
+    require_capacity(scratch.n, 2 * half_precision(p) + 5, reciprocal_texts.location);
     const objects::Unchanged<W> same_x(objects::top_words(x, p + 2), reciprocal_texts.location);
     reciprocal_recursive(params, out, x, p, scratch, sink);
     same_x.require();

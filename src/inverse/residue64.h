@@ -14,6 +14,7 @@ inline u64 fold(u128 x) noexcept {
 template <class W>
 u64 residue64(const W* words, u64 n) noexcept {
     u128 sum = 0;
+#pragma GCC unroll 4
     for (u64 i = 0; i < n; ++i) sum += static_cast<u64>(words[i]) << (sizeof(W) == 8 ? 0 : i % 2 * 32);
     return fold(sum);
 }

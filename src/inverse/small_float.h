@@ -11,7 +11,7 @@ namespace kvt::inverse {
 // Value: sum of w[i] * B^(exp + i), i < n. Zero is n = 0; a non-zero value has a non-zero top word unless said.
 template <class W>
 struct SmallFloat {
-    static constexpr u64 capacity_words = 32;
+    static constexpr u64 capacity_words = 32 * (8 / sizeof(W));
 
     W w[capacity_words];
     u64 n = 0;
@@ -60,7 +60,8 @@ void scale(SmallFloat<W>& a, W m) noexcept {
     if (carry != 0) a.w[a.n++] = carry;
 }
 
-// The exact product of the operands' top p + 2 words, cut to its top p + 2 significant words. p <= 14.
+// The exact product of the operands' top p + 2 words, cut to its top p + 2 significant words, of which there
+// is room for twice as many.
 template <class W>
 SmallFloat<W> multiply(const SmallFloat<W>& a, const SmallFloat<W>& b, u64 p) noexcept {
     SmallFloat<W> out;

@@ -41,9 +41,9 @@ u64 inverse_of_two_words(u64 d1, u64 d0) noexcept {
 
 }  // namespace
 
-void divide_words(u64* q, u64* A, const u64* D, const u64* complement, u64 n) noexcept {
+void divide_words(u64* q, u64* A, const u64* complement, u64 n) noexcept {
     const WordKernels& kernels = active_word_kernels();
-    const u64 d1 = D[n - 1], d0 = D[n - 2];
+    const u64 d1 = ~complement[n - 1], d0 = ~complement[n - 2];
     const u128 d = pair(d1, d0);
     const u64 inverse = inverse_of_two_words(d1, d0);
 
@@ -75,8 +75,9 @@ void divide_words(u64* q, u64* A, const u64* D, const u64* complement, u64 n) no
             const bool negative = r < borrow;
             r -= borrow;
             if (negative) [[unlikely]] {
+                // D's other words are added, as B^(n-2) less the complement and 1.
                 --digit;
-                r += d + kernels.add(row, row, D, n - 2, 0);
+                r += d + 1 - kernels.sub(row, row, complement, n - 2, 1);
             }
         }
         q[i] = digit;

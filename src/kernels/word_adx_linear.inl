@@ -1,177 +1,180 @@
-// add, sub, mul, addmul: one carry chain over the array, eight words a step and single words before them.
-// The carry flag lives from step to step: only lea, mov, mulx and dec may stand between.
+// add, sub, mul, addmul: carry chains over the array, eight words a pass. The first pass is entered in its middle, so
+// that every pass ends at its end: (n - 1) % 8 + 1 words in the first one. The flags live from pass to pass: only lea,
+// mov, mulx and jumps may stand between.
 
 u64 add(void* C, const void* A, const void* B, u64 n, u64 carry) noexcept {
-    u64 word, singles = n % 8, steps = n / 8;
+    if (n == 0) return carry;
+    const u64 beyond_first = (n - 1) % 8, first_bytes = 8 + 8 * beyond_first;
+    const auto* a = static_cast<const Byte*>(A) + first_bytes;
+    const auto* b = static_cast<const Byte*>(B) + first_bytes;
+    auto* c = static_cast<Byte*>(C) + first_bytes;
+    u64 word, entry = 12 * beyond_first, passes = (n - 1) / 8;
     __asm__ volatile(
+        "lea 4f(%%rip), %[word]\n"
+        "sub %[entry], %[word]\n"
         "neg %[carry]\n"  // carry flag = carry
-        "inc %[singles]\n"
-        "dec %[singles]\n"
-        "jz 2f\n"
-        "1:\n"
-        "mov (%[a]), %[word]\n"
-        "adc (%[b]), %[word]\n"
-        "mov %[word], (%[c])\n"
-        "lea 8(%[a]), %[a]\n"
-        "lea 8(%[b]), %[b]\n"
-        "lea 8(%[c]), %[c]\n"
-        "dec %[singles]\n"
-        "jnz 1b\n"
-        "2:\n"
-        "inc %[steps]\n"
-        "dec %[steps]\n"
-        "jz 4f\n"
+        "jmp *%[word]\n"
         ".p2align 5\n"
+        "2:\n"
+        "lea 64(%[a]), %[a]\n"
+        "lea 64(%[b]), %[b]\n"
+        "lea 64(%[c]), %[c]\n"
+        "lea -1(%[passes]), %[passes]\n"
         "3:\n"
-        ".irp offset, 0, 8, 16, 24, 32, 40, 48, 56\n"
+        ".irp offset, -64, -56, -48, -40, -32, -24, -16\n"
         "mov \\offset(%[a]), %[word]\n"
         "adc \\offset(%[b]), %[word]\n"
         "mov %[word], \\offset(%[c])\n"
         ".endr\n"
-        "lea 64(%[a]), %[a]\n"
-        "lea 64(%[b]), %[b]\n"
-        "lea 64(%[c]), %[c]\n"
-        "dec %[steps]\n"
-        "jnz 3b\n"
         "4:\n"
-        "mov $0, %k[carry]\n"
-        "adc $0, %[carry]\n"
-        : [a] "+&r"(A), [b] "+&r"(B), [c] "+&r"(C), [carry] "+&r"(carry), [singles] "+&r"(singles),
-          [steps] "+&r"(steps), [word] "=&r"(word)
-        :
+        "mov -8(%[a]), %[word]\n"
+        "adc -8(%[b]), %[word]\n"
+        "mov %[word], -8(%[c])\n"
+        ".if (4b - 3b) - 7 * 12\n"
+        ".error \"a word of the pass is not 12 bytes long\"\n"
+        ".endif\n"
+        "jrcxz 5f\n"
+        "jmp 2b\n"
+        "5:\n"
+        "adc $0, %[passes]\n"  // passes is zero here
+        : [a] "+&S"(a), [b] "+&d"(b), [c] "+&D"(c), [carry] "+&r"(carry), [word] "=&r"(word), [passes] "+&c"(passes)
+        : [entry] "r"(entry)
         : "cc", "memory");
-    return carry;
+    return passes;
 }
 
 u64 sub(void* C, const void* A, const void* B, u64 n, u64 borrow) noexcept {
-    u64 word, singles = n % 8, steps = n / 8;
+    if (n == 0) return borrow;
+    const u64 beyond_first = (n - 1) % 8, first_bytes = 8 + 8 * beyond_first;
+    const auto* a = static_cast<const Byte*>(A) + first_bytes;
+    const auto* b = static_cast<const Byte*>(B) + first_bytes;
+    auto* c = static_cast<Byte*>(C) + first_bytes;
+    u64 word, entry = 12 * beyond_first, passes = (n - 1) / 8;
     __asm__ volatile(
-        "neg %[borrow]\n"
-        "inc %[singles]\n"
-        "dec %[singles]\n"
-        "jz 2f\n"
-        "1:\n"
-        "mov (%[a]), %[word]\n"
-        "sbb (%[b]), %[word]\n"
-        "mov %[word], (%[c])\n"
-        "lea 8(%[a]), %[a]\n"
-        "lea 8(%[b]), %[b]\n"
-        "lea 8(%[c]), %[c]\n"
-        "dec %[singles]\n"
-        "jnz 1b\n"
-        "2:\n"
-        "inc %[steps]\n"
-        "dec %[steps]\n"
-        "jz 4f\n"
+        "lea 4f(%%rip), %[word]\n"
+        "sub %[entry], %[word]\n"
+        "neg %[borrow]\n"  // carry flag = borrow
+        "jmp *%[word]\n"
         ".p2align 5\n"
+        "2:\n"
+        "lea 64(%[a]), %[a]\n"
+        "lea 64(%[b]), %[b]\n"
+        "lea 64(%[c]), %[c]\n"
+        "lea -1(%[passes]), %[passes]\n"
         "3:\n"
-        ".irp offset, 0, 8, 16, 24, 32, 40, 48, 56\n"
+        ".irp offset, -64, -56, -48, -40, -32, -24, -16\n"
         "mov \\offset(%[a]), %[word]\n"
         "sbb \\offset(%[b]), %[word]\n"
         "mov %[word], \\offset(%[c])\n"
         ".endr\n"
-        "lea 64(%[a]), %[a]\n"
-        "lea 64(%[b]), %[b]\n"
-        "lea 64(%[c]), %[c]\n"
-        "dec %[steps]\n"
-        "jnz 3b\n"
         "4:\n"
-        "mov $0, %k[borrow]\n"
-        "adc $0, %[borrow]\n"
-        : [a] "+&r"(A), [b] "+&r"(B), [c] "+&r"(C), [borrow] "+&r"(borrow), [singles] "+&r"(singles),
-          [steps] "+&r"(steps), [word] "=&r"(word)
-        :
+        "mov -8(%[a]), %[word]\n"
+        "sbb -8(%[b]), %[word]\n"
+        "mov %[word], -8(%[c])\n"
+        ".if (4b - 3b) - 7 * 12\n"
+        ".error \"a word of the pass is not 12 bytes long\"\n"
+        ".endif\n"
+        "jrcxz 5f\n"
+        "jmp 2b\n"
+        "5:\n"
+        "adc $0, %[passes]\n"  // passes is zero here
+        : [a] "+&S"(a), [b] "+&d"(b), [c] "+&D"(c), [borrow] "+&r"(borrow), [word] "=&r"(word), [passes] "+&c"(passes)
+        : [entry] "r"(entry)
         : "cc", "memory");
-    return borrow;
+    return passes;
 }
 
 // high carries the upper half of one product to the next; the two registers swap roles every word.
 u64 mul(void* C, const void* A, u64 n, u64 m, u64 carry) noexcept {
-    u64 low, other, singles = n % 8, steps = n / 8;
+    if (n == 0) return carry;
+    const u64 beyond_first = (n - 1) % 8;
+    const auto* a = static_cast<const Byte*>(A) + 8 + 8 * beyond_first;
+    auto* c = static_cast<Byte*>(C) + 8 + 8 * beyond_first;
+    u64 low, high = carry, other = carry, entry = 16 * beyond_first, passes = (n - 1) / 8;
     __asm__ volatile(
-        "test %[singles], %[singles]\n"  // clears the carry flag
-        "jz 2f\n"
-        "1:\n"
-        "mulx (%[a]), %[low], %[other]\n"
-        "adcx %[high], %[low]\n"
-        "mov %[low], (%[c])\n"
-        "mov %[other], %[high]\n"
-        "lea 8(%[a]), %[a]\n"
-        "lea 8(%[c]), %[c]\n"
-        "dec %[singles]\n"
-        "jnz 1b\n"
-        "2:\n"
-        "inc %[steps]\n"
-        "dec %[steps]\n"
-        "jz 4f\n"
-        ".p2align 5\n"
-        "3:\n"
-        ".irp offset, 0, 16, 32, 48\n"
-        "mulx \\offset(%[a]), %[low], %[other]\n"
-        "adcx %[high], %[low]\n"
+        ".macro kvnum_pass offset, high, last\n"
+        "mulx \\offset(%[a]), %[low], \\high\n"
+        "adcx \\last, %[low]\n"
         "mov %[low], \\offset(%[c])\n"
-        "mulx 8+\\offset(%[a]), %[low], %[high]\n"
-        "adcx %[other], %[low]\n"
-        "mov %[low], 8+\\offset(%[c])\n"
-        ".endr\n"
+        ".endm\n"
+        "lea 4f(%%rip), %[low]\n"
+        "sub %[entry], %[low]\n"
+        "test %[low], %[low]\n"  // clears the carry flag
+        "jmp *%[low]\n"
+        ".p2align 5\n"
+        "2:\n"
         "lea 64(%[a]), %[a]\n"
         "lea 64(%[c]), %[c]\n"
-        "dec %[steps]\n"
-        "jnz 3b\n"
+        "lea -1(%[passes]), %[passes]\n"
+        "3:\n"
+        "kvnum_pass -64, %[high], %[other]\n"
+        "kvnum_pass -56, %[other], %[high]\n"
+        "kvnum_pass -48, %[high], %[other]\n"
+        "kvnum_pass -40, %[other], %[high]\n"
+        "kvnum_pass -32, %[high], %[other]\n"
+        "kvnum_pass -24, %[other], %[high]\n"
+        "kvnum_pass -16, %[high], %[other]\n"
         "4:\n"
-        "adc $0, %[high]\n"
-        : [a] "+&r"(A), [c] "+&r"(C), [high] "+&r"(carry), [singles] "+&r"(singles), [steps] "+&r"(steps),
-          [low] "=&r"(low), [other] "=&r"(other)
-        : "d"(m)
+        "kvnum_pass -8, %[other], %[high]\n"
+        ".if (4b - 3b) - 7 * 16\n"
+        ".error \"a word of the pass is not 16 bytes long\"\n"
+        ".endif\n"
+        "jrcxz 5f\n"
+        "jmp 2b\n"
+        "5:\n"
+        "adc $0, %[other]\n"
+        ".purgem kvnum_pass\n"
+        : [a] "+&S"(a), [c] "+&D"(c), [low] "=&r"(low), [high] "+&r"(high), [other] "+&r"(other), [passes] "+&c"(passes)
+        : [entry] "r"(entry), "d"(m)
         : "cc", "memory");
-    return carry;
+    return other;
 }
 
-// Two chains: the carry flag adds the upper half of the last product, the overflow flag what stands in C. dec would
-// destroy the overflow flag, so each step ends both chains: a * m + c + carry fits two words.
+// Two chains: the carry flag adds the upper half of the last product, the overflow flag what stands in C.
 u64 addmul(void* C, const void* A, u64 n, u64 m, u64 carry) noexcept {
-    u64 low, other, singles = n % 8, steps = n / 8;
+    if (n == 0) return carry;
+    const u64 beyond_first = (n - 1) % 8;
+    const auto* a = static_cast<const Byte*>(A) + 8 + 8 * beyond_first;
+    auto* c = static_cast<Byte*>(C) + 8 + 8 * beyond_first;
+    u64 low, high = carry, other = carry, entry = 23 * beyond_first, passes = (n - 1) / 8;
     __asm__ volatile(
-        "test %[singles], %[singles]\n"
-        "jz 2f\n"
-        "1:\n"
-        "mulx (%[a]), %[low], %[other]\n"
-        "add %[high], %[low]\n"
-        "adc $0, %[other]\n"
-        "add %[low], (%[c])\n"
-        "adc $0, %[other]\n"
-        "mov %[other], %[high]\n"
-        "add $8, %[a]\n"
-        "add $8, %[c]\n"
-        "dec %[singles]\n"
-        "jnz 1b\n"
-        "2:\n"
-        "test %[steps], %[steps]\n"
-        "jz 4f\n"
-        ".p2align 5\n"
-        "3:\n"
-        "xor %k[low], %k[low]\n"  // clears both flags
-        ".irp offset, 0, 16, 32, 48\n"
-        "mulx \\offset(%[a]), %[low], %[other]\n"
-        "adcx %[high], %[low]\n"
+        ".macro kvnum_pass offset, high, last\n"
+        "mulx \\offset(%[a]), %[low], \\high\n"
+        "adcx \\last, %[low]\n"
         "adox \\offset(%[c]), %[low]\n"
         "mov %[low], \\offset(%[c])\n"
-        "mulx 8+\\offset(%[a]), %[low], %[high]\n"
-        "adcx %[other], %[low]\n"
-        "adox 8+\\offset(%[c]), %[low]\n"
-        "mov %[low], 8+\\offset(%[c])\n"
-        ".endr\n"
-        "mov $0, %k[low]\n"
-        "adcx %[low], %[high]\n"
-        "adox %[low], %[high]\n"
-        "add $64, %[a]\n"
-        "add $64, %[c]\n"
-        "dec %[steps]\n"
-        "jnz 3b\n"
+        ".endm\n"
+        "lea 4f(%%rip), %[low]\n"
+        "sub %[entry], %[low]\n"
+        "test %[low], %[low]\n"  // clears both flags
+        "jmp *%[low]\n"
+        ".p2align 5\n"
+        "2:\n"
+        "lea 64(%[a]), %[a]\n"
+        "lea 64(%[c]), %[c]\n"
+        "lea -1(%[passes]), %[passes]\n"
+        "3:\n"
+        "kvnum_pass -64, %[high], %[other]\n"
+        "kvnum_pass -56, %[other], %[high]\n"
+        "kvnum_pass -48, %[high], %[other]\n"
+        "kvnum_pass -40, %[other], %[high]\n"
+        "kvnum_pass -32, %[high], %[other]\n"
+        "kvnum_pass -24, %[other], %[high]\n"
+        "kvnum_pass -16, %[high], %[other]\n"
         "4:\n"
-        : [a] "+&r"(A), [c] "+&r"(C), [high] "+&r"(carry), [singles] "+&r"(singles), [steps] "+&r"(steps),
-          [low] "=&r"(low), [other] "=&r"(other)
-        : "d"(m)
+        "kvnum_pass -8, %[other], %[high]\n"
+        ".if (4b - 3b) - 7 * 23\n"
+        ".error \"a word of the pass is not 23 bytes long\"\n"
+        ".endif\n"
+        "jrcxz 5f\n"
+        "jmp 2b\n"
+        "5:\n"
+        "adcx %[passes], %[other]\n"  // passes is zero here
+        "adox %[passes], %[other]\n"
+        ".purgem kvnum_pass\n"
+        : [a] "+&S"(a), [c] "+&D"(c), [low] "=&r"(low), [high] "+&r"(high), [other] "+&r"(other),
+          [passes] "+&c"(passes)
+        : [entry] "r"(entry), "d"(m)
         : "cc", "memory");
-    return carry;
+    return other;
 }

@@ -12,8 +12,13 @@ namespace {
 constexpr u64 accuracy_bits(u64 width, u64 p) { return p == 0 ? 51 : width * p + width - 2; }
 
 template <class W>
+objects::BigFloat<W> operand(const std::vector<W>& x, i64 exp) {
+    return {const_cast<W*>(x.data()), x.size(), exp, true, nullptr, 0};
+}
+
+template <class W>
 void check_reciprocal(const std::vector<W>& x, u64 p) {
-    const SmallFloat<W> R = reciprocal_direct(x.data(), x.size(), i64{-3}, p);
+    const SmallFloat<W> R = reciprocal_direct(reciprocal_direct_texts, operand(x, -3), p);
     Distance distance;
     distance.set(R.w, R.n, R.exp);
     distance.multiply(x.data(), x.size(), -3);
@@ -40,7 +45,7 @@ TYPED_TEST(DirectEngines, ReciprocalOfPowersOfTwoIsExact) {
     for (unsigned bit = 0; bit < word_bits<W>; ++bit) {
         const W x = static_cast<W>(W{1} << bit);
         for (u64 p = 0; p < direct_limit_words; ++p) {
-            SmallFloat<W> R = reciprocal_direct(&x, 1, i64{0}, p);
+            SmallFloat<W> R = reciprocal_direct(reciprocal_direct_texts, operand(std::vector<W>{x}, 0), p);
             R.trim_low();
             ASSERT_EQ(R.n, 1u) << "bit " << bit << " p " << p;
             EXPECT_EQ(R.w[0], bit == 0 ? W{1} : static_cast<W>(W{1} << (word_bits<W> - bit)));

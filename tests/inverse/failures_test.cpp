@@ -125,11 +125,13 @@ TYPED_TEST(InverseFailures, DirectEnginesReportAFalsifiedApproximation) {
     using W = TypeParam;
     Bench<W> bench(8);
     const SmallFloat<W> x = top_words(bench.x.data(), bench.x.size(), i64{0}, 8);
-    const SmallFloat<W> R = reciprocal_direct(x.w, x.n, x.exp, 4);
+    const SmallFloat<W> R =
+        reciprocal_direct<W>(reciprocal_direct_texts, {bench.x.data(), bench.x.size(), 0, true, nullptr, 0}, 8);
     const auto rcp = [&](W num, unsigned halvings) {
-        reciprocal_direct_step(x, falsified(R, num, halvings), u64{8}, u64{4});
+        fail_reciprocal(reciprocal_direct_texts, x, falsified(R, num, halvings), 8, 77);
     };
     const char* computation_failed = "BigFloatR_rcp_E(): Computation Failed";
+    expect_error(failed(computation_failed, "BigFloatR_rcp_E(): Convergence Failure\ntop  0x4d"), [&] { rcp(1, 0); });
     expect_error(failed(computation_failed, "BigFloatR_rcp_E(): Convergence Failure\ntop  0x"), [&] { rcp(5, 0); });
     expect_error(failed(computation_failed, "  -4\nBigFloatR_rcp_E(): Under-Estimate -> Convergence Failure\n"),
                  [&] { rcp(1, 1); });
