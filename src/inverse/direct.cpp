@@ -57,7 +57,8 @@ SmallFloat<W> corrected(const SmallFloat<W>& R, const SmallFloat<W>& C, bool ove
 }  // namespace
 
 template <class W>
-void fail_reciprocal(const EngineTexts& texts, const SmallFloat<W>& x, const SmallFloat<W>& R, u64 p, u64 difference) {
+void fail_reciprocal(const EngineTexts& texts, const SmallFloat<W>& x, const SmallFloat<W>& R, u64 p,
+                     u64 difference) {
     residual_from_one(texts, multiply(x, R, std::min(p, direct_limit_words)), direct_half(p));
     fail_guard(texts, difference);
 }

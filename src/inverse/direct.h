@@ -17,7 +17,7 @@ inline constexpr u64 direct_limit_words = 10;
 // Half precision of a direct step.
 constexpr u64 direct_half(u64 p) noexcept { return p == 1 ? 0 : p == 2 ? 1 : (p + 1) / 2; }
 
-// 1/|x| to p < short_quotient_limit words for a normalised x that is not zero. |x * result - 1| < 3 * B^-(p+1), at p =
+// 1/|x| to p words (as short_quotient) for a normalised x that is not zero. |x * result - 1| < 3 * B^-(p+1), at p =
 // 0, which is the reciprocal of a double, 2^-52. Raises the engine's failure where the quotient proves wrong.
 template <class W>
 SmallFloat<W> reciprocal_direct(const EngineTexts& texts, const objects::BigFloat<W>& x, u64 p);

@@ -30,23 +30,21 @@ constexpr const char* location = "BigFloatR_div_P()";
 }
 
 template <class W>
-void store_quotient(BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p) {
-    SmallFloat<W> quotient;
+void divide_short(SmallFloat<W>& quotient, const BigFloat<W>& a, const BigFloat<W>& b, u64 p) {
     const u64 difference = short_quotient(quotient, a, b, p);
-    if (difference != 0) [[unlikely]] {
-        if (p < direct_limit_words) fail_guard(reciprocal_direct_texts, difference);
-        fail_division(difference, 0);
-    }
-    store(quotient, out, a.sign == b.sign);
+    if (difference == 0) return;
+    if (p < direct_limit_words) fail_guard(reciprocal_direct_texts, difference);
+    fail_division(difference, 0);
 }
 
 template <class W>
-void divide_direct(BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p,
-                   WordScratch<W> scratch) {
+void divide_direct(BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p, WordScratch<W> scratch) {
     // The reciprocal takes the first p + 3 words, its recursion would take the rest.
     const u64 rest = scratch.n > p + 3 ? scratch.n - (p + 3) : 0;
     check_direct_space(reciprocal_direct_texts, p, scratch.n, p + 3, rest, 2 * direct_half(p) + 5);
-    store_quotient(out, a, b, p);
+    SmallFloat<W> quotient;
+    divide_short(quotient, a, b, p);
+    store(quotient, out, a.sign == b.sign);
 }
 
 // D := a - b * Q over the h + 4 words below position `known`, where a and b * Q agree; returns whether D < 0.
@@ -150,10 +148,12 @@ void divide(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& 
     require_capacity(out.buffer_size, p + 2, location);
     require_capacity(scratch.n, p + 2 * h + 10, location);
     require_transforms<W>(params, p + 9);  // table and scratch are found too small before anything is written
-    if (p < short_quotient_limit<W>) {
+    if (p < division_quotient_limit<W>()) {
+        SmallFloat<W> quotient;
+        divide_short(quotient, a, b, p);
         show_steps<W>(h, sink);
         for (const char* tag : {" - 0M - ", " - 1M - ", " - 2M - "}) Phase<W>(sink, tag, h);
-        store_quotient(out, a, b, p);
+        store(quotient, out, a.sign == b.sign);
         return;
     }
 

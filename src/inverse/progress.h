@@ -32,8 +32,8 @@ class Phase {
     ProgressTag tag_;
 };
 
-// The phases of the steps that lead to p words, for a quotient that is formed in one go: the first half of its digits,
-// which is an under-estimate, and the others.
+// The phases of the steps to p words, for a quotient that was formed in one go, in a microsecond or two: its first half
+// is an under-estimate.
 template <class W>
 void show_steps(u64 p, const ProgressSink* sink) {
     if (sink == nullptr || p < direct_limit_words) return;

@@ -92,13 +92,13 @@ void check_operand(const BigFloat<W>& x) {
 template <class W>
 void reciprocal_recursive(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& x, u64 p,
                           WordScratch<W> scratch, const ProgressSink* sink) {
-    if (p < short_quotient_limit<W>) {
-        show_steps<W>(p, sink);
-        const EngineTexts& texts = p < direct_limit_words ? reciprocal_direct_texts : reciprocal_texts;
-        store(reciprocal_direct(texts, x, p), out, x.sign);
-        return;
-    }
+    if (p < direct_limit_words) return store(reciprocal_direct(reciprocal_direct_texts, x, p), out, x.sign);
     const u64 h = half_precision(p);
+    if (p < reciprocal_quotient_limit<W>()) {
+        const SmallFloat<W> quotient = reciprocal_direct(reciprocal_texts, x, p);
+        show_steps<W>(p, sink);
+        return store(quotient, out, x.sign);
+    }
     require_capacity(out.buffer_size, p + 3, reciprocal_texts.location);
     require_capacity(scratch.n, 2 * h + 5, reciprocal_texts.location);
     W* const T = scratch.words + (h + 3);

@@ -15,7 +15,7 @@
 namespace kvt::inverse {
 namespace {
 
-constexpr u64 most_words = short_quotient_limit<u64>;  // of 64 bits
+constexpr u64 most_words = longest_short_quotient_words;
 
 struct Aligned {
     u64 taken;       // words at the top with bits of the number; those below are zero
@@ -124,7 +124,9 @@ u64 short_quotient(SmallFloat<W>& out, const objects::BigFloat<W>& a, const obje
     return residue_difference(found, residue_a);
 }
 
-template u64 short_quotient(SmallFloat<u32>&, const objects::BigFloat<u32>&, const objects::BigFloat<u32>&, u64) noexcept;
-template u64 short_quotient(SmallFloat<u64>&, const objects::BigFloat<u64>&, const objects::BigFloat<u64>&, u64) noexcept;
+template u64 short_quotient(SmallFloat<u32>&, const objects::BigFloat<u32>&, const objects::BigFloat<u32>&,
+                            u64) noexcept;
+template u64 short_quotient(SmallFloat<u64>&, const objects::BigFloat<u64>&, const objects::BigFloat<u64>&,
+                            u64) noexcept;
 
 }  // namespace kvt::inverse

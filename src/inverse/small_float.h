@@ -11,11 +11,20 @@ namespace kvt::inverse {
 // Value: sum of w[i] * B^(exp + i), i < n. Zero is n = 0; a non-zero value has a non-zero top word unless said.
 template <class W>
 struct SmallFloat {
-    static constexpr u64 capacity_words = 32 * (8 / sizeof(W));
+    static constexpr u64 capacity_words = 68 * (8 / sizeof(W));
 
     W w[capacity_words];
     u64 n = 0;
     i64 exp = 0;
+
+    SmallFloat() noexcept {}
+    SmallFloat(const SmallFloat& other) noexcept { *this = other; }
+    SmallFloat& operator=(const SmallFloat& other) noexcept {
+        n = other.n;
+        exp = other.exp;
+        std::copy(other.w, other.w + n, w);
+        return *this;
+    }
 
     i64 top() const noexcept { return exp + static_cast<i64>(n); }
 

@@ -66,7 +66,8 @@ class StepTransforms {
         const i64 index = first - (kept_.exp + b.exp);
         const u64 below = index < 0 ? std::min(static_cast<u64>(-index), count) : 0;
         objects::zero_words(out, below);
-        helper_->product(kept_.words, b.T, b.L, out + below, static_cast<u64>(std::max<i64>(index, 0)), count - below);
+        helper_->product(kept_.words, b.T, b.L, out + below, static_cast<u64>(std::max<i64>(index, 0)),
+                         count - below);
     }
 
   private:

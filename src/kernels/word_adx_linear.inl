@@ -124,7 +124,8 @@ u64 mul(void* C, const void* A, u64 n, u64 m, u64 carry) noexcept {
         "5:\n"
         "adc $0, %[other]\n"
         ".purgem kvnum_pass\n"
-        : [a] "+&S"(a), [c] "+&D"(c), [low] "=&r"(low), [high] "+&r"(high), [other] "+&r"(other), [passes] "+&c"(passes)
+        :
+        [a] "+&S"(a), [c] "+&D"(c), [low] "=&r"(low), [high] "+&r"(high), [other] "+&r"(other), [passes] "+&c"(passes)
         : [entry] "r"(entry), "d"(m)
         : "cc", "memory");
     return other;
@@ -172,8 +173,8 @@ u64 addmul(void* C, const void* A, u64 n, u64 m, u64 carry) noexcept {
         "adcx %[passes], %[other]\n"  // passes is zero here
         "adox %[passes], %[other]\n"
         ".purgem kvnum_pass\n"
-        : [a] "+&S"(a), [c] "+&D"(c), [low] "=&r"(low), [high] "+&r"(high), [other] "+&r"(other),
-          [passes] "+&c"(passes)
+        :
+        [a] "+&S"(a), [c] "+&D"(c), [low] "=&r"(low), [high] "+&r"(high), [other] "+&r"(other), [passes] "+&c"(passes)
         : [entry] "r"(entry), "d"(m)
         : "cc", "memory");
     return other;
