@@ -1,10 +1,13 @@
 // Products through the dispatcher where the number-theoretic transforms begin to take seconds: at every row's capacity
 // and a word more, and around the end of the 31-bit transforms. Too long for the oracle, so checked modulo two primes
-// that are not the library's own check. Only in the soak run: KVNUM_TEST_SCALE of 10 or more.
+// that are not the library's own check. Nearly all of it only in the soak run: KVNUM_TEST_SCALE of 10 or more.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "multiply/dispatch.h"
+#include "multiply/engine.h"
 #include "multiply/ntt32/rows.h"
 #include "multiply/product_support.h"
 #include "multiply/thresholds.h"
@@ -70,6 +73,38 @@ TEST(LongestProducts, AtEveryRowsCapacityAndAWordMore) {
         previous = bits;
         for (u64 total : {bits / 64, bits / 64 + 1, bits / 64 + bits / 64 / 40})
             check(total, hard_patterns[rng.below(6)], 1 + number % 3, rng);
+    }
+}
+
+// From 2^22 points on rows are written by whole cache lines, around the caches: the rows must lie on lines wherever the
+// scratch lies, and the size that was asked for must have room for that.
+TEST(LongestProducts, ScratchOffTheCacheLines) {
+    constexpr u64 LA = u64{1} << 21, LB = LA - 3, total = LA + LB;
+    ASSERT_GE(ntt32_engine().plan(64 * total).points, u64{1} << 22);
+    CapturedConsole console;  // a warning
+    Rng rng(113);
+    const auto A = operand<u64>(Pattern::random, LA, rng);
+    FencedWords<u64> B(LB), want(total), C(total);
+    // A times 1 + 2^(64 (LB - 1)).
+    std::fill(B.begin(), B.end(), 0);
+    B[0] = B[LB - 1] = 1;
+    std::copy_n(A.data(), LA, want.begin());
+    std::fill(want.begin() + LA, want.end(), 0);
+    u64 carry = 0;
+    for (u64 i = 0; i < LA || carry != 0; ++i) {
+        const u128 sum = u128{want[LB - 1 + i]} + (i < LA ? A[i] : 0) + carry;
+        want[LB - 1 + i] = static_cast<u64>(sum);
+        carry = static_cast<u64>(sum >> 64);
+    }
+    ensure_global_table(64 * total);
+    for (const u64 skew : {8, 16, 24, 40, 1, 63}) {
+        const u64 tasks = 1 + skew / 16 % 2;
+        MulSizeRecord record;
+        mul_Psize<u64>(record, total, tasks);
+        std::fill(C.begin(), C.end(), 0);
+        mul_p<u64>(ExactScratch(record.scratch_bytes, skew, tasks, global_table()), C, A, LA, B, LB);
+        ASSERT_TRUE(std::equal(C.begin(), C.end(), want.begin())) << "skew " << skew << ", " << tasks << " tasks";
+        if (!is_soak()) break;
     }
 }
 
