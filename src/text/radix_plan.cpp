@@ -112,8 +112,9 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
         RadixLevel<W>& level = plan.level[i];
         level.half_digit_words = halved(plan.levels - i);
         level.block_digit_words = halved(plan.levels - i - 1);
-        level.power_words = static_cast<u64>(static_cast<double>(level.half_digit_words) * plan.words_per_odd) + 4;
+        level.power_words = static_cast<u64>(static_cast<double>(level.half_digit_words) * plan.words_per_odd) + 6;
         level.shift_bits = plan.twos * level.half_digit_words;
+        level.power_shift = direction == Direction::read ? level.shift_bits % word_bits<W> : 0;
         level.power_transform = nullptr;
         level.power = nullptr;
         // Both halves of a split use the level's one set-up.

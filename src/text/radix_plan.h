@@ -7,7 +7,7 @@
 // s = ceil(n / 2^(levels - i)), so that no transform is longer than n asks for.
 //   Writing: the lower half is the fraction of block * r^s; only its words are wanted, so the product may wrap, and
 //   the transform is no longer than the block. The upper half's digits are those of the block itself.
-//   Reading: the block is upper * r^s + lower.
+//   Reading: the block is upper * r^s + lower. The power is shifted up beforehand by the twos that are no whole word.
 
 #include <algorithm>
 
@@ -24,10 +24,11 @@ struct RadixLevel {
     u64 block_digit_words;  // of the longest blocks that are split here; the next level's s
     u64 power_words;        // room for odd^s
     u64 shift_bits;         // twos * s
+    unsigned power_shift;   // reading: as many of them are in the power, so that whole words are left
     const multiply::TransformEngine* engine;
     multiply::TransformPlan transform;
     void* power_transform;  // filled by compute_powers()
-    u64 power_length;       // words of odd^s, and its residue; the same
+    u64 power_length;       // words of odd^s << power_shift, and its residue; the same
     multiply::Residue power_residue;
     // Reading: short blocks may be multiplied directly, by the words of the power; products a little longer than the
     // transform are folded over it, and their lowest words formed once more (multiply/folded_product.h).

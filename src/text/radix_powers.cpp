@@ -25,6 +25,22 @@ void divide_exactly(W* x, u64 n, W divisor) noexcept {
     }
 }
 
+// x := x >> bits; returns the length.
+template <class W>
+u64 shift_down(W* x, u64 n, unsigned bits) noexcept {
+    const unsigned shift = bits % word_bits<W>;
+    const u64 words = bits / word_bits<W>;
+    n -= words;
+    if (shift == 0) {
+        if (words != 0) std::memmove(x, x + words, n * sizeof(W));
+        return n;
+    }
+    for (u64 i = 0; i + 1 < n; ++i)
+        x[i] = static_cast<W>(x[i + words] >> shift | x[i + words + 1] << (word_bits<W> - shift));
+    x[n - 1] = static_cast<W>(x[n - 1 + words] >> shift);
+    return n;
+}
+
 }  // namespace
 
 template <class W>
@@ -42,6 +58,10 @@ void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* pow
     for (u64 i = 0; i < plan.levels; ++i) {
         RadixLevel<W>& level = plan.level[i];
         const multiply::TransformPlan& transform = level.transform;
+        if (const unsigned shift = level.power_shift; shift != 0) {
+            const W carry = kernels::mul_ir(power, n, static_cast<W>(W{1} << shift), W{0});
+            if (carry != 0) power[n++] = carry;
+        }
         level.power_transform = powers_memory;
         level.power_length = n;
         powers_memory += area_bytes(transform.operand_bytes);
@@ -59,7 +79,7 @@ void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* pow
         std::memcpy(work, level.power_transform, transform.operand_bytes);
         level.engine->product(transform, table, work, residue, {nullptr, 0}, multiply::window_of(power, 0, 2 * n),
                               true, rest, plan.tasks);
-        n *= 2;
+        n = shift_down(power, 2 * n, 2 * level.power_shift);
         if (level.block_digit_words < 2 * level.half_digit_words) divide_exactly(power, n, plan.odd);
         while (power[n - 1] == 0) --n;
     }

@@ -103,8 +103,9 @@ class Reading {
         } else {
             upper_length = multiply_by_power(level, upper, upper_length, tasks, work);
         }
-        if (level.shift_bits / word_bits<W> + upper_length > room_for(first, m)) raise_mismatch();
-        return add_shifted(out, lower_length, upper, upper_length, level.shift_bits);
+        const u64 offset = level.shift_bits / word_bits<W>;
+        if (offset + upper_length > room_for(first, m)) raise_mismatch();
+        return add_at(out, lower_length, upper, upper_length, offset);
     }
 
   private:
@@ -113,7 +114,7 @@ class Reading {
         return decimal_words<W>(std::min(m * Decimal<W>::digits, count_ - first * Decimal<W>::digits));
     }
 
-    // upper := upper * odd^s, in place.
+    // upper := upper * (odd^s << power_shift), in place.
     u64 multiply_by_power(const RadixLevel<W>& level, W* upper, u64 n, u64 tasks, u8* work) const {
         const multiply::TransformPlan& transform = level.transform;
         const u64 product = n + level.power_length, wrap = transform.wrap_bits / word_bits<W>;
@@ -138,27 +139,22 @@ class Reading {
         return objects::trimmed_length(upper, product);
     }
 
-    // out [n words] += upper * 2^bits; returns the length.
-    static u64 add_shifted(W* out, u64 n, const W* upper, u64 upper_n, u64 bits) noexcept {
-        const u64 offset = bits / word_bits<W>;
-        const W scale = static_cast<W>(W{1} << bits % word_bits<W>);
+    // out [n words] += upper, `offset` words up; returns the length. The sum is below base^m, which the caller's words
+    // hold.
+    static u64 add_at(W* out, u64 n, const W* upper, u64 upper_n, u64 offset) noexcept {
         if (offset > n) {
             objects::zero_words(out + n, offset - n);
             n = offset;
         }
-        // The sum is below base^m, which the caller's words hold.
-        const u64 common = std::min(n - offset, upper_n), above = offset + upper_n;
-        W carry = kernels::addmul_ir(out + offset, upper, common, scale, W{0});
+        const u64 common = std::min(n - offset, upper_n);
+        W* const above = out + (offset + common);
+        u32 carry = kernels::add_ir(out + offset, upper, common, 0);
         if (common < upper_n) {
-            carry = kernels::mul_nr(out + n, upper + common, upper_n - common, scale, carry);
-            n = above;
-        } else {
-            for (u64 i = above; carry != 0 && i < n; ++i) {
-                out[i] = static_cast<W>(out[i] + carry);
-                carry = out[i] < carry;
-            }
+            std::memcpy(above, upper + common, (upper_n - common) * sizeof(W));
+            n = offset + upper_n;
         }
-        if (carry != 0) out[n++] = carry;
+        carry = kernels::add1_ir(above, n - offset - common, carry);
+        if (carry != 0) out[n++] = 1;
         return n;
     }
 
