@@ -45,7 +45,7 @@ template <class W>
 u32 add_nr(W* C, const W* A, const W* B, u64 L, u32 carry) noexcept {
     const auto& kernels = active_word_kernels();
     if constexpr (sizeof(W) == 8) {
-        return static_cast<u32>(kernels.add(C, A, B, L, carry != 0));
+        return kernels.add(C, A, B, L, carry != 0);
     } else {
         u64 sum = kernels.add(C, A, B, L / 2, carry != 0);
         if (L % 2 == 0) return static_cast<u32>(sum);
@@ -59,7 +59,7 @@ template <class W>
 u32 sub_nr(W* C, const W* A, const W* B, u64 L, u32 borrow) noexcept {
     const auto& kernels = active_word_kernels();
     if constexpr (sizeof(W) == 8) {
-        return static_cast<u32>(kernels.sub(C, A, B, L, borrow != 0));
+        return kernels.sub(C, A, B, L, borrow != 0);
     } else {
         const u64 low_borrow = kernels.sub(C, A, B, L / 2, borrow != 0);
         if (L % 2 == 0) return static_cast<u32>(low_borrow);

@@ -5,6 +5,7 @@
 namespace kvt::kernels {
 namespace {
 
+using u32 = std::uint32_t;
 using u64 = std::uint64_t;
 __extension__ typedef unsigned __int128 u128;
 using Byte = unsigned char;

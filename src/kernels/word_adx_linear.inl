@@ -1,14 +1,14 @@
 // add, sub, mul, addmul: carry chains over the array, eight words a pass. The first pass is entered in its middle, so
 // that every pass ends at its end: (n - 1) % 8 + 1 words in the first one. The flags live from pass to pass: only lea,
-// mov, mulx and jumps may stand between.
+// dec, mov, mulx and jumps may stand between.
 
-u64 add(void* C, const void* A, const void* B, u64 n, u64 carry) noexcept {
-    if (n == 0) return carry;
+u32 add(void* C, const void* A, const void* B, u64 n, u64 carry) noexcept {
+    if (n == 0) return static_cast<u32>(carry);
     const u64 beyond_first = (n - 1) % 8, first_bytes = 8 + 8 * beyond_first;
     const auto* a = static_cast<const Byte*>(A) + first_bytes;
     const auto* b = static_cast<const Byte*>(B) + first_bytes;
     auto* c = static_cast<Byte*>(C) + first_bytes;
-    u64 word, entry = 12 * beyond_first, passes = (n - 1) / 8;
+    u64 word, entry = 12 * beyond_first, passes = (n + 7) / 8;
     __asm__ volatile(
         "lea 4f(%%rip), %[word]\n"
         "sub %[entry], %[word]\n"
@@ -19,7 +19,6 @@ u64 add(void* C, const void* A, const void* B, u64 n, u64 carry) noexcept {
         "lea 64(%[a]), %[a]\n"
         "lea 64(%[b]), %[b]\n"
         "lea 64(%[c]), %[c]\n"
-        "lea -1(%[passes]), %[passes]\n"
         "3:\n"
         ".irp offset, -64, -56, -48, -40, -32, -24, -16\n"
         "mov \\offset(%[a]), %[word]\n"
@@ -33,23 +32,22 @@ u64 add(void* C, const void* A, const void* B, u64 n, u64 carry) noexcept {
         ".if (4b - 3b) - 7 * 12\n"
         ".error \"a word of the pass is not 12 bytes long\"\n"
         ".endif\n"
-        "jrcxz 5f\n"
-        "jmp 2b\n"
-        "5:\n"
+        "dec %[passes]\n"
+        "jnz 2b\n"
         "adc $0, %[passes]\n"  // passes is zero here
-        : [a] "+&S"(a), [b] "+&d"(b), [c] "+&D"(c), [carry] "+&r"(carry), [word] "=&r"(word), [passes] "+&c"(passes)
+        : [a] "+&S"(a), [b] "+&d"(b), [c] "+&D"(c), [carry] "+&r"(carry), [word] "=&r"(word), [passes] "+&r"(passes)
         : [entry] "r"(entry)
         : "cc", "memory");
-    return passes;
+    return static_cast<u32>(passes);
 }
 
-u64 sub(void* C, const void* A, const void* B, u64 n, u64 borrow) noexcept {
-    if (n == 0) return borrow;
+u32 sub(void* C, const void* A, const void* B, u64 n, u64 borrow) noexcept {
+    if (n == 0) return static_cast<u32>(borrow);
     const u64 beyond_first = (n - 1) % 8, first_bytes = 8 + 8 * beyond_first;
     const auto* a = static_cast<const Byte*>(A) + first_bytes;
     const auto* b = static_cast<const Byte*>(B) + first_bytes;
     auto* c = static_cast<Byte*>(C) + first_bytes;
-    u64 word, entry = 12 * beyond_first, passes = (n - 1) / 8;
+    u64 word, entry = 12 * beyond_first, passes = (n + 7) / 8;
     __asm__ volatile(
         "lea 4f(%%rip), %[word]\n"
         "sub %[entry], %[word]\n"
@@ -60,7 +58,6 @@ u64 sub(void* C, const void* A, const void* B, u64 n, u64 borrow) noexcept {
         "lea 64(%[a]), %[a]\n"
         "lea 64(%[b]), %[b]\n"
         "lea 64(%[c]), %[c]\n"
-        "lea -1(%[passes]), %[passes]\n"
         "3:\n"
         ".irp offset, -64, -56, -48, -40, -32, -24, -16\n"
         "mov \\offset(%[a]), %[word]\n"
@@ -74,14 +71,13 @@ u64 sub(void* C, const void* A, const void* B, u64 n, u64 borrow) noexcept {
         ".if (4b - 3b) - 7 * 12\n"
         ".error \"a word of the pass is not 12 bytes long\"\n"
         ".endif\n"
-        "jrcxz 5f\n"
-        "jmp 2b\n"
-        "5:\n"
+        "dec %[passes]\n"
+        "jnz 2b\n"
         "adc $0, %[passes]\n"  // passes is zero here
-        : [a] "+&S"(a), [b] "+&d"(b), [c] "+&D"(c), [borrow] "+&r"(borrow), [word] "=&r"(word), [passes] "+&c"(passes)
+        : [a] "+&S"(a), [b] "+&d"(b), [c] "+&D"(c), [borrow] "+&r"(borrow), [word] "=&r"(word), [passes] "+&r"(passes)
         : [entry] "r"(entry)
         : "cc", "memory");
-    return passes;
+    return static_cast<u32>(passes);
 }
 
 // high carries the upper half of one product to the next; the two registers swap roles every word.

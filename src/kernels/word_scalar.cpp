@@ -7,6 +7,7 @@
 namespace kvt::kernels {
 namespace {
 
+using u32 = std::uint32_t;
 using u64 = std::uint64_t;
 __extension__ typedef unsigned __int128 u128;
 
@@ -22,7 +23,7 @@ void store(void* words, u64 i, u64 word) noexcept {
 
 // Four words a step: within a step the compiler keeps the carry in its flag.
 template <class Step>
-u64 carry_chain(void* C, const void* A, const void* B, u64 n, u64 carry, Step step) noexcept {
+u32 carry_chain(void* C, const void* A, const void* B, u64 n, u64 carry, Step step) noexcept {
     auto c = static_cast<unsigned char>(carry);
     unsigned long long word;
     u64 i = 0;
@@ -41,12 +42,12 @@ u64 carry_chain(void* C, const void* A, const void* B, u64 n, u64 carry, Step st
 
 using Word = unsigned long long;
 
-u64 add(void* C, const void* A, const void* B, u64 n, u64 carry) noexcept {
+u32 add(void* C, const void* A, const void* B, u64 n, u64 carry) noexcept {
     return carry_chain(C, A, B, n, carry,
                        [](unsigned char c, Word a, Word b, Word* sum) { return _addcarry_u64(c, a, b, sum); });
 }
 
-u64 sub(void* C, const void* A, const void* B, u64 n, u64 borrow) noexcept {
+u32 sub(void* C, const void* A, const void* B, u64 n, u64 borrow) noexcept {
     return carry_chain(C, A, B, n, borrow, [](unsigned char c, Word a, Word b, Word* difference) {
         return _subborrow_u64(c, a, b, difference);
     });

@@ -12,8 +12,8 @@ struct WordKernels {
 
     // C[0..n) = A[0..n) + B[0..n) + carry (0 or 1), or A - B - carry; returns the carry or borrow, 0 or 1. C may be A
     // or B; otherwise they are disjoint. n may be 0.
-    std::uint64_t (*add)(void* C, const void* A, const void* B, std::uint64_t n, std::uint64_t carry) noexcept;
-    std::uint64_t (*sub)(void* C, const void* A, const void* B, std::uint64_t n, std::uint64_t borrow) noexcept;
+    std::uint32_t (*add)(void* C, const void* A, const void* B, std::uint64_t n, std::uint64_t carry) noexcept;
+    std::uint32_t (*sub)(void* C, const void* A, const void* B, std::uint64_t n, std::uint64_t borrow) noexcept;
 
     // C[0..n) = A[0..n) * m + carry; returns the word that would stand at C[n]. C may be A. n may be 0.
     std::uint64_t (*mul)(void* C, const void* A, std::uint64_t n, std::uint64_t m, std::uint64_t carry) noexcept;
