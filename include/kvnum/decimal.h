@@ -51,8 +51,7 @@ ExceptionWrapper* BigFloat_c32_to_string_dec_sizes(uint64_t* buffer_bytes, uint6
 ExceptionWrapper* BigFloat_c64_to_string_dec_sizes(uint64_t* buffer_bytes, uint64_t* scratch_bytes, uint64_t d,
                                                    uint64_t tasks);
 
-/* d significant decimal digits of x, truncated (rounded up where eight nines follow, so that 0.1 is written as it was
- * read): within one unit in the last digit. Positional notation ("123.",
+/* d significant decimal digits of x, truncated: within one unit in the last digit. Positional notation ("123.",
  * "0.000123") where the digits reach the point, else one digit before it and an exponent ("-1.5 *10^ 42"). The two
  * widths may choose differently for numbers just below 1.   Source: text/decimal.cpp */
 ExceptionWrapper* BigFloat_c32_to_string_dec(const BasicParameters* params, char** result, char* buffer,
@@ -66,9 +65,9 @@ ExceptionWrapper* BigFloat_c32_set_string_dec_sizes(uint64_t* out_words, uint64_
 ExceptionWrapper* BigFloat_c64_set_string_dec_sizes(uint64_t* out_words, uint64_t* scratch_bytes, uint64_t chars,
                                                     uint64_t p, uint64_t tasks);
 
-/* out = the number written at text, to p words however short the text: within one unit in word p from the top. An
- * optional sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".
- * Source: text/read_float.cpp */
+/* out = the number written at text, to p words however short the text: exact where it fits in p words, else farther from
+ * zero by less than one unit in word p from the top, so that its truncated digits are those that were read. An optional
+ * sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".   Source: text/read_float.cpp */
 ExceptionWrapper* BigFloat_c32_set_string_dec(const BasicParameters* params, BigFloat_c32* out, const char* text,
                                               uint64_t chars, uint64_t p);
 ExceptionWrapper* BigFloat_c64_set_string_dec(const BasicParameters* params, BigFloat_c64* out, const char* text,

@@ -54,27 +54,6 @@ void check_fraction(const FloatString& digits) {
         raise_redundancy_failure("BigInt::to_string_dec()", "The scaled integer has a fraction.\n");
 }
 
-// A number that is not a dyadic fraction was read as the one below: 0.1 as 0.0999... Where the digits behind the last
-// wanted one are all 9 that one is rounded up, so that what was read is written again; the text stays within one unit.
-void carry_run_of_nines(FloatString& digits, u64 d) {
-    constexpr u64 run = 8;
-    char* const text = digits.text;
-    const u64 leading =
-        static_cast<u64>(std::find_if(text, text + digits.length, [](char c) { return c != '0'; }) - text);
-    const u64 last = leading + d;
-    if (last + run > digits.length) return;
-    if (!std::all_of(text + last, text + last + run, [](char c) { return c == '9'; })) return;
-    for (u64 i = last; i-- > 0;) {
-        if (text[i] != '9') {
-            ++text[i];
-            return;
-        }
-        text[i] = '0';
-    }
-    *--digits.text = '1';
-    ++digits.length;
-}
-
 // Copies the words into 64-bit ones in the scratch memory and converts there.
 template <class W>
 char* write_directly(const BasicParameters& params, char* buffer, const BigInt<W>& x) {
@@ -114,7 +93,7 @@ char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const Bi
     const BigFloat<W> value{x.T, x.L, 0, x.sign, x.T, x.L};
     const u64 residue = kernels::residue_of(x.T, x.L * (sizeof(W) / 4));
     FloatString digits = write_decimal_digits(params, buffer, integer_buffer_bytes<W>(x.L), value, x.L,
-                                              integer_digit_words<W>(x.L), times);
+                                              integer_digit_words<W>(x.L), false, times);
     check_fraction(digits);
     digits.format_integer();
     const u64 first = !x.sign;
@@ -135,9 +114,8 @@ char* to_string_dec(const BasicParameters& params, char* buffer, const BigFloat<
     if (x.L == 0) return write_literal(buffer, "0.");
     d = std::max<u64>(d, 1);
     const u64 n = float_digit_words<W>(d);
-    FloatString digits =
-        write_decimal_digits(params, buffer, 6 + Decimal<W>::digits * n + 25, x, float_precision<W>(d), n, nullptr);
-    carry_run_of_nines(digits, d);
+    FloatString digits = write_decimal_digits(params, buffer, 6 + Decimal<W>::digits * n + 25, x,
+                                              float_precision<W>(d), n, true, nullptr);
     if (!digits.format_fixed(d)) digits.format_sci(d, " *10^ ");
     return digits.finished();
 }

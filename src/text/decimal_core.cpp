@@ -10,6 +10,7 @@
 #include "inverse/progress.h"
 #include "inverse/reciprocal.h"
 #include "inverse/sizes.h"
+#include "kernels/linear.h"
 #include "multiply/transform_checks.h"
 #include "objects/big_float_parts.h"
 #include "text/digits.h"
@@ -68,12 +69,31 @@ template <class W>
 struct QuotientLayout {
     u64 quotient, power, division;  // words
     explicit QuotientLayout(u64 p)
-        : quotient(quotient_precision(p) + 2),
+        : quotient(quotient_precision(p) + 3),
           power(p + 3),
           division(inverse::division_sizes<W>(quotient_precision(p), 1).scratch_words) {}
     u64 power_bytes() const noexcept { return words_area<W>(quotient) + words_area<W>(power); }
     u64 bytes() const noexcept { return power_bytes() + words_area<W>(division); }
 };
+
+// Where something is cut off, a float is raised: its digits are truncated, by the conversion too, and a number that was
+// read lies above what was written. So 0.1, once read, is not written as 0.0999. The raise is far above what the scaling
+// and the conversion lose (some units at word p + 1 below the point) and far below the last digit wanted (word p - 1).
+// A float that it would carry out of its words, where the buffer ends, stays as it is.
+template <class W>
+void raise_truncated(BigFloat<W>& y, u64 p) {
+    const i64 position = -static_cast<i64>(p + 1);
+    if (y.exp > position) return;
+    const u64 at = static_cast<u64>(position - y.exp);
+    const W raised = static_cast<W>(y.T[at] + (W{1} << word_bits<W> / 2));
+    if (raised < y.T[at]) {
+        const bool full = std::all_of(y.T + at + 1, y.T + y.L, [](W word) { return word == static_cast<W>(~W{0}); });
+        if (full && y.T + y.L == y.buffer + y.buffer_size) return;
+        if (full) y.T[y.L++] = 0;
+        kernels::add1_ip(y.T + at + 1, 1);
+    }
+    y.T[at] = raised;
+}
 
 // y := x / 10^k for k > 0, at the start of the scratch memory. An exact quotient comes out at or above its value.
 template <class W>
@@ -91,11 +111,12 @@ BigFloat<W> scaled_down(const BasicParameters& params, const BigFloat<W>& x, u64
     inverse::divide<W>(behind(params, layout.bytes()), y, x, P, quotient_precision(p),
                        {static_cast<W*>(behind_power.memory), layout.division}, sink);
     y.sign = true;
-    if (y.L <= p + 2) return y;
-    y.T += y.L - (p + 2);
-    y.exp += static_cast<i64>(y.L - (p + 2));
-    y.L = p + 2;
-    objects::add_one_unit(y);
+    if (y.L > p + 2) {
+        y.T += y.L - (p + 2);
+        y.exp += static_cast<i64>(y.L - (p + 2));
+        y.L = p + 2;
+        objects::add_one_unit(y);
+    }
     return y;
 }
 
@@ -111,6 +132,7 @@ BigFloat<W> scaled_up(const BasicParameters& params, const BigFloat<W>& x, u64 k
     BigFloat<W> y{words, n, S.exp + static_cast<i64>(S.L - n), true, words, p + 2};
     objects::set_mul_ip(y, behind(params, words_area<W>(p + 2)), x, p);
     y.sign = true;
+    y.buffer_size = p + 3;
     return y;
 }
 
@@ -123,7 +145,8 @@ BigFloat<W> scaled(const BasicParameters& params, const BigFloat<W>& x, i64 k, u
     W* const words = static_cast<W*>(params.memory);
     const u64 n = std::min(x.L, p + 2);
     std::copy(x.T + (x.L - n), x.T + x.L, words);
-    return {words, n, x.exp + static_cast<i64>(x.L - n), true, words, p + 2};
+    BigFloat<W> y{words, n, x.exp + static_cast<i64>(x.L - n), true, words, p + 2};
+    return y;
 }
 
 // Digit words to characters, most significant first.
@@ -154,7 +177,7 @@ u64 decimal_core_bytes(u64 p, u64 n, u64 tasks) {
 
 template <class W>
 FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u64 capacity, const BigFloat<W>& x,
-                                 u64 p, u64 n, PhaseSeconds* times) {
+                                 u64 p, u64 n, bool is_float, PhaseSeconds* times) {
     const i64 top = x.exp + static_cast<i64>(x.L);
     const i64 k = top == 0 || top == 1 ? 0 : decimal_exponent(x);
     RadixPlan<W> plan;
@@ -171,6 +194,7 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
     {
         const PhaseTimer timer(timed(times->scaling));
         y = scaled(params, x, k, p);
+        if (is_float && (k != 0 || x.L > y.L)) raise_truncated(y, p);
     }
     require_capacity(params.memory_bytes, digits_stage_bytes(plan, p), location);
     if (y.exp + static_cast<i64>(y.L) > 1)
@@ -213,9 +237,9 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
 
 template u64 decimal_core_bytes<u32>(u64, u64, u64);
 template u64 decimal_core_bytes<u64>(u64, u64, u64);
-template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u32>&, u64, u64,
+template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u32>&, u64, u64, bool,
                                           PhaseSeconds*);
-template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u64>&, u64, u64,
+template FloatString write_decimal_digits(const BasicParameters&, char*, u64, const BigFloat<u64>&, u64, u64, bool,
                                           PhaseSeconds*);
 
 }  // namespace kvt::text

@@ -49,6 +49,31 @@ Layout<W> layout_of(u64 digits, u64 q) {
     return {digits, decimal_words<W>(digits), q + 3, inverse::division_sizes<W>(q, 1).scratch_words};
 }
 
+// Cuts the number to p + 2 words. Where the two behind p are zero, but for a unit, it has p words: 0.5 is exact. Else it
+// is raised above what was written, so that truncated digits are those that were read (raise_truncated()).
+template <class W>
+void settle(BigFloat<W>& x, u64 p) {
+    objects::strip_tzs_all(x);
+    if (x.L <= p + 2) return;
+    const u64 dropped = x.L - (p + 2);
+    x.T += dropped;
+    x.L -= dropped;
+    x.exp += static_cast<i64>(dropped);
+    objects::add_one_unit(x);
+    if (x.T[0] <= 1 && x.T[1] == 0) {
+        x.T[0] = 0;
+        objects::strip_tzs_all(x);
+        return;
+    }
+    const W raised = static_cast<W>(x.T[1] + (W{1} << word_bits<W> / 2));
+    if (raised < x.T[1]) {
+        BigFloat<W> above{x.T + 2, x.L - 2, x.exp + 2, x.sign, x.buffer, x.buffer_size};
+        objects::add_one_unit(above);
+        x.L = above.L + 2;
+    }
+    x.T[1] = raised;
+}
+
 }  // namespace
 
 template <class W>
@@ -90,13 +115,17 @@ void set_string_dec(const BasicParameters& params, BigFloat<W>& out, const char*
     const BigFloat<W> M{number_words, length, 0, number.positive, number_words, length};
     const i64 exponent = number.exponent - static_cast<i64>(number.fraction_digits) +
                          static_cast<i64>(number.significant_digits() - digits);
-    if (exponent == 0) return objects::set_BigFloat(out, M, q);
+    if (exponent == 0) {
+        objects::set_BigFloat(out, M, q);
+        return settle(out, q - guard_words<W>);
+    }
     BigFloat<W> P{power_words, 0, 0, true, power_words, layout.power_words};
     inverse::power<W>(rest, P, W{10}, static_cast<u64>(exponent < 0 ? -exponent : exponent), q, nullptr);
     if (exponent > 0)
         objects::set_mul(out, rest, M, P, q);
     else
         inverse::divide<W>(rest, out, M, P, q, {division_words, layout.division_words}, nullptr);
+    settle(out, q - guard_words<W>);
 }
 
 template <class W>

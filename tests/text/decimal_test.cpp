@@ -205,6 +205,24 @@ TYPED_TEST(DecimalText, FloatNotations) {
     EXPECT_STREQ(to_string_dec({}, buffer, zero, 10), "0.");
 }
 
+// Digits are dropped, whatever follows.
+TYPED_TEST(DecimalText, FloatsAreNotRounded) {
+    using W = TypeParam;
+    const auto words_of = [](u64 value) {
+        std::vector<W> words;
+        for (; value != 0; value = sizeof(W) == 8 ? 0 : value >> 32) words.push_back(static_cast<W>(value));
+        return words;
+    };
+    EXPECT_EQ(float_text<W>(words_of(1999999999999), 0, true, 4), "1.999 *10^ 12");
+    EXPECT_EQ(float_text<W>(words_of(123499999999), 0, false, 4), "-1.234 *10^ 11");
+    EXPECT_EQ(float_text<W>(words_of(9999999999999999999u), 0, true, 18), "9.99999999999999999 *10^ 18");
+    const i64 below_one = -static_cast<i64>(8 / sizeof(W));
+    EXPECT_EQ(float_text<W>(words_of(~u64{0}), below_one, true, 5), "0.99999");
+    EXPECT_EQ(float_text<W>(words_of(~u64{0}), below_one, true, 19), "0.9999999999999999999");
+    EXPECT_EQ(float_text<W>(words_of(~u64{0}), below_one, true, 20), "0.99999999999999999994");
+    EXPECT_EQ(float_text(std::vector<W>(40, static_cast<W>(~W{0})), -40, true, 5), "0.99999");
+}
+
 TYPED_TEST(DecimalText, FloatsReadBack) {
     using W = TypeParam;
     const auto read = [](const std::string& text, u64 p) {
@@ -224,8 +242,52 @@ TYPED_TEST(DecimalText, FloatsReadBack) {
     EXPECT_EQ(read("000.", 10), "0.");
     EXPECT_EQ(read("0.1", 10), "0.100000000000000000000000000000");
     EXPECT_EQ(read("1e-40", 10), "1.00000000000000000000000000000 *10^ -40");
-    EXPECT_EQ(read("0.999999999999999999999999999999999999999999", 10), "1.00000000000000000000000000000");
-    EXPECT_EQ(read("1234567890123456789012345678.99999999999", 10), "1234567890123456789012345679.00");
+    EXPECT_EQ(read("0.999999999999999999999999999999999999999999", 10), "0.999999999999999999999999999999");
+    EXPECT_EQ(read("1234567890123456789012345678.99999999999", 10), "1234567890123456789012345678.99");
+    EXPECT_EQ(read("18446744073709551615.5", 10), "18446744073709551615.5000000000");
+    EXPECT_EQ(read("1e1000", 10), "1.00000000000000000000000000000 *10^ 1000");
+    EXPECT_EQ(read("7e-1000", 10), "7.00000000000000000000000000000 *10^ -1000");
+}
+
+// At any exponent and at any precision that holds the digits, written from as many words or from fewer than were read.
+TYPED_TEST(DecimalText, WhatIsReadIsWrittenAgain) {
+    using W = TypeParam;
+    test::Rng rng(9);
+    for (u64 round = 0; round < test::rounds(600); ++round) {
+        const u64 d = rng.between(1, round % 10 == 0 ? 300 : 60);
+        std::string digits;
+        for (u64 i = 0; i < d; ++i) digits += static_cast<char>('0' + (rng.below(3) == 0 ? 9 : rng.below(10)));
+        if (digits.front() == '0') digits.front() = '1';
+        const std::string text = digits + "e" + std::to_string(static_cast<int>(rng.below(1000)) - 700);
+        const u64 p = d * 64 / 19 / word_bits<W> + 3 + rng.below(12);
+        const ReadSizes sizes = read_float_sizes<W>(text.size(), p, 1);
+        const test::FencedBytes memory(sizes.scratch_bytes);
+        test::FencedWords<W> out(sizes.out_words);
+        objects::BigFloat<W> y{nullptr, 0, 0, true, out.data(), out.size()};
+        set_string_dec(parameters(memory, (2 * p + 200) * word_bits<W>), y, text.data(), text.size(), p);
+        std::string written = float_text(std::vector<W>(y.T, y.T + y.L), y.exp, true, d);
+        written = written.substr(0, written.find(' '));
+        std::erase(written, '.');
+        EXPECT_EQ(written.substr(written.find_first_not_of('0')), digits) << text << " at " << p;
+    }
+}
+
+TYPED_TEST(DecimalText, DyadicFractionsAreReadExactly) {
+    using W = TypeParam;
+    for (u64 p : {1, 2, 3, 9, 10, 11, 40, 100, 1000}) {
+        for (const auto& [text, top] : {std::pair<std::string, W>{"0.5", W{1} << (word_bits<W> - 1)},
+                                        {"0.75", W{3} << (word_bits<W> - 2)},
+                                        {"2500e-4", W{1} << (word_bits<W> - 2)}}) {
+            const ReadSizes sizes = read_float_sizes<W>(text.size(), p, 1);
+            const test::FencedBytes memory(sizes.scratch_bytes);
+            test::FencedWords<W> out(sizes.out_words);
+            objects::BigFloat<W> y{nullptr, 0, 0, true, out.data(), out.size()};
+            set_string_dec(parameters(memory, (2 * p + 100) * word_bits<W>), y, text.data(), text.size(), p);
+            ASSERT_EQ(y.L, 1u) << text << " at " << p;
+            EXPECT_EQ(y.T[0], top);
+            EXPECT_EQ(y.exp, -1);
+        }
+    }
 }
 
 // A fraction of few digits has as many words as were asked for: |y * 10^k - digits| < unit of word p, times 10^k.
