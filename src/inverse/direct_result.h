@@ -21,7 +21,9 @@ inline void check_direct_space(const EngineTexts& texts, u64 p, u64 out_words, u
 
 template <class W>
 void store(const SmallFloat<W>& value, objects::BigFloat<W>& out, bool sign) {
-    require_capacity(out.buffer_size, value.n, "BigFloat::set_double()");
+    // Two words hold a seed but for the word that its shift may append.
+    require_capacity(out.buffer_size, value.n,
+                     out.buffer_size == 2 ? "BigFloat::operator*=()" : "BigFloat::set_double()");
     std::copy(value.w, value.w + value.n, out.buffer);
     out.T = out.buffer;
     out.L = value.n;

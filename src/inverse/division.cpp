@@ -114,10 +114,12 @@ void divide_by_reciprocal(const BasicParameters& params, BigFloat<W>& out, const
     // The correction goes to the low end of out, then Q is added above it.
     i64 base = Q.exp;
     BigFloat<W> C{out.buffer, 0, 0, true, out.buffer, out.buffer_size};
-    if (residual.L != 0) {
+    {
         Phase<W> phase(sink, " - 2M - ", h);
-        objects::set_mul(C, params, R, residual, h);
-        base = std::max(std::min(Q.exp, C.exp), objects::top_of(Q) - static_cast<i64>(p + 1));
+        if (residual.L != 0) {
+            objects::set_mul(C, params, R, residual, h);
+            base = std::max(std::min(Q.exp, C.exp), objects::top_of(Q) - static_cast<i64>(p + 1));
+        }
     }
     const u64 n = static_cast<u64>(objects::top_of(Q) - base);
     place(C, out.buffer, base, n);
@@ -131,11 +133,8 @@ void divide_by_reciprocal(const BasicParameters& params, BigFloat<W>& out, const
 template <class W>
 void divide(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b, u64 p,
             WordScratch<W> scratch, const ProgressSink* sink) {
+    if (a.L == 0) return objects::set_zero(out);  // whatever b is
     if (b.L == 0) raise_divide_by_zero(reciprocal_direct_texts);
-    if (a.L == 0) {
-        objects::set_zero(out);
-        return;
-    }
     objects::check_normalization(b);
     p = clamp_precision(p);
     if (p < direct_limit_words) {

@@ -91,6 +91,12 @@ void inverse_sqrt_step(const BasicParameters& params, BigFloat<W>& out, W x, con
 
 namespace {
 
+void check_space(u64 out_words, u64 scratch_words, u64 p) {
+    require_capacity(out_words, p + 4, inverse_sqrt_texts.location);
+    const u64 needed = 2 * half_precision(p) + 6;
+    if (scratch_words < needed) fail_space(inverse_sqrt_texts, scratch_words, needed);
+}
+
 template <class W>
 void inverse_sqrt_recursive(const BasicParameters& params, BigFloat<W>& out, W x, u64 p, WordScratch<W> scratch,
                             const ProgressSink* sink) {
@@ -99,8 +105,7 @@ void inverse_sqrt_recursive(const BasicParameters& params, BigFloat<W>& out, W x
         return;
     }
     const u64 h = half_precision(p);
-    require_capacity(out.buffer_size, p + 4, inverse_sqrt_texts.location);
-    if (scratch.n < 2 * h + 6) fail_space(inverse_sqrt_texts, scratch.n, 2 * h + 6);
+    check_space(out.buffer_size, scratch.n, p);
     W* const T = scratch.words + (h + 4);
     BigFloat<W> R{scratch.words, 0, 0, true, scratch.words, h + 4};
     inverse_sqrt_recursive(params, R, x, h, {out.buffer, out.buffer_size}, sink);
@@ -115,10 +120,12 @@ void inverse_sqrt(const BasicParameters& params, BigFloat<W>& out, W x, u64 p, W
                   const ProgressSink* sink) {
     if (x == 0) raise_divide_by_zero(inverse_sqrt_direct_texts);
     p = clamp_precision(p);
-    if (p < direct_limit_words)
+    if (p < direct_limit_words) {
         check_direct_space(inverse_sqrt_direct_texts, p, out.buffer_size, p + 4, scratch.n, 2 * direct_half(p) + 5);
-    else
+    } else {
+        check_space(out.buffer_size, scratch.n, p);
         require_transforms<W>(params, p + 6);  // table and scratch are found too small before anything is written
+    }
     inverse_sqrt_recursive(params, out, x, p, scratch, sink);
 }
 

@@ -38,10 +38,10 @@ void power_signed(const BasicParameters& params, BigFloat<W>& out, W x, i64 n, u
         power(params, out, x, static_cast<u64>(n), p, sink);
         return;
     }
-    if (x == 0) raise_divide_by_zero(reciprocal_direct_texts);
     p = clamp_precision(p);
-    require_reciprocal_capacity(out, p);
     require_capacity(scratch.n, 2 * p + 9, "BigFloatR_pow_uW_sL_P()");
+    if (x == 0) raise_divide_by_zero(reciprocal_direct_texts);
+    require_reciprocal_capacity(out, p);
     BigFloat<W> T{scratch.words, 0, 0, true, scratch.words, p + 3};
     power(params, T, x, 0 - static_cast<u64>(n), p, sink);
     reciprocal(params, out, T, p, {scratch.words + (p + 3), scratch.n - (p + 3)}, sink);

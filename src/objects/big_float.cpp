@@ -26,13 +26,20 @@ void require_carry_word(const BigFloat<W>& x) {
     require_capacity(x.buffer_size, x.L + offset_in_buffer(x.T, x.buffer) + 1, "BigFloat::operator*=()");
 }
 
+// In place: the words stay where they are.
+template <class W>
+void become_zero(BigFloat<W>& x) noexcept {
+    x.L = 0;
+    x.exp = 0;
+    x.sign = true;
+}
+
 }  // namespace
 
 template <class W>
 void set_zero(BigFloat<W>& out) noexcept {
-    out.L = 0;
-    out.exp = 0;
-    out.sign = true;
+    out.T = out.buffer;
+    become_zero(out);
 }
 
 template <class W>
@@ -154,7 +161,7 @@ void mp2(BigFloat<W>& x, i64 k) {
 template <class W>
 void mul_uW(BigFloat<W>& x, W m) {
     if (x.L == 0 || m == 1) return;
-    if (m == 0) return set_zero(x);
+    if (m == 0) return become_zero(x);
     require_carry_word(x);
     scale_words(x, m);
 }

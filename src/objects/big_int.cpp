@@ -10,10 +10,21 @@
 
 namespace kvt::objects {
 
+namespace {
+
+// In place: the words stay where they are.
+template <class W>
+void become_zero(BigInt<W>& x) noexcept {
+    x.L = 0;
+    x.sign = true;
+}
+
+}  // namespace
+
 template <class W>
 void set_zero(BigInt<W>& out) noexcept {
-    out.L = 0;
-    out.sign = true;
+    out.T = out.buffer;
+    become_zero(out);
 }
 
 template <class W>
@@ -93,7 +104,7 @@ void shr(BigInt<W>& x, u64 bits) noexcept {
     if (x.L == 0 || bits == 0) return;
     const u64 q = bits / word_bits<W>;
     const unsigned r = static_cast<unsigned>(bits % word_bits<W>);
-    if (q >= x.L) return set_zero(x);
+    if (q >= x.L) return become_zero(x);
     W* T = x.T;
     x.L -= q;
     if (r == 0) {
@@ -109,7 +120,7 @@ void shr(BigInt<W>& x, u64 bits) noexcept {
 template <class W>
 void mul_uW(BigInt<W>& x, W m) {
     if (x.L == 0) return;
-    if (m == 0) return set_zero(x);
+    if (m == 0) return become_zero(x);
     require_capacity(x.buffer_size, x.L + offset_in_buffer(x.T, x.buffer) + 1, "BigInt::mul_uW()");
     const W carry = kernels::mul_ir<W>(x.T, x.L, m, 0);
     x.T[x.L] = carry;

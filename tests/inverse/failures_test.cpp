@@ -70,9 +70,13 @@ TYPED_TEST(InverseFailures, ZeroOperands) {
                      [&] { power_signed<W>(bench.params, out, W{0}, -3, p, bench.scratch(400), nullptr); });
         expect_error(divide_by_zero("BigFloatR_invsqrt_uW_E(): Divide-by-Zero"),
                      [&] { inverse_sqrt<W>(bench.params, out, W{0}, p, bench.scratch(400), nullptr); });
-        divide(bench.params, out, zero, x, p, bench.scratch(400), nullptr);
-        EXPECT_EQ(out.L, 0u);
-        EXPECT_TRUE(out.sign);
+        for (const Number<W>& divisor : {x, zero}) {
+            out.T = bench.x.data();
+            divide(bench.params, out, zero, divisor, p, bench.scratch(400), nullptr);
+            EXPECT_EQ(out.L, 0u);
+            EXPECT_EQ(out.T, out.buffer);
+            EXPECT_TRUE(out.sign);
+        }
     }
 }
 
@@ -81,6 +85,8 @@ TYPED_TEST(InverseFailures, ShortBuffersLeaveTheResultUntouched) {
     for (u64 p : {0, 1, 5, 9, 10, 20}) {
         Bench<W> bench(p);
         const Number<W> x = bench.operand();
+        const BasicParameters whole = bench.params;
+        bench.params.table = nullptr;  // the number's own buffers come first
         Number<W> out = bench.result(p == 0 ? 1 : p + 2);
         expect_error(too_small(p == 0   ? "BigFloat::set_double()"
                                : p < 10 ? "BigFloatR_rcp_E()"
@@ -91,22 +97,38 @@ TYPED_TEST(InverseFailures, ShortBuffersLeaveTheResultUntouched) {
                                : p < 10 ? "BigFloatR_invsqrt_uW_E()"
                                         : "BigFloatR_invsqrt_uW_P()"),
                      [&] { inverse_sqrt<W>(bench.params, out, W{7}, p, bench.scratch(p + 7), nullptr); });
+        out = bench.result(1);
+        for (W base : {0, 3})
+            expect_error(too_small("BigFloatR_pow_uW_sL_P()"),
+                         [&] { power_signed<W>(bench.params, out, base, -5, p, bench.scratch(2 * p + 8), nullptr); });
         out = bench.result(p + 3);
-        expect_error(too_small("BigFloatR_pow_uW_sL_P()"),
-                     [&] { power_signed<W>(bench.params, out, W{3}, -5, p, bench.scratch(2 * p + 8), nullptr); });
         if (p >= 10) {
             const u64 h = (p + 1) / 2;
             expect_error(too_small("BigFloatR_rcp_P()"),
                          [&] { reciprocal(bench.params, out, x, p, bench.scratch(2 * h + 4), nullptr); });
             expect_error(too_small("BigFloatR_div_P()"),
                          [&] { divide(bench.params, out, x, x, p, bench.scratch(p + 2 * h + 9), nullptr); });
-            BasicParameters small = bench.params;
+            BasicParameters small = whole;
             small.memory_bytes = multiply::TransformHelper<W>::needs(p + 8, 1).scratch_bytes - 1;
             expect_error(too_small("TransformHelper::TransformHelper()"),
                          [&] { reciprocal(small, out, x, p, bench.scratch(p + 6), nullptr); });
         }
         for (W word : bench.out) ASSERT_EQ(word, 0u) << "p " << p;
     }
+}
+
+// The seed in 32-bit words: two words, and a third where the shift needs one.
+TEST(InverseFailures32, ASeedMayGrowByAWord) {
+    Bench<u32> bench(0);
+    bench.x = {1};
+    Number<u32> out = bench.result(2);
+    expect_error(too_small("BigFloat::operator*=()"),
+                 [&] { reciprocal(bench.params, out, bench.operand(), 0, bench.scratch(6), nullptr); });
+    expect_error(too_small("BigFloat::operator*=()"),
+                 [&] { inverse_sqrt<u32>(bench.params, out, 1, 0, bench.scratch(7), nullptr); });
+    out = bench.result(3);
+    reciprocal(bench.params, out, bench.operand(), 0, bench.scratch(6), nullptr);
+    EXPECT_EQ(out.T[out.L - 1], 1u);
 }
 
 // R times num / 2^shift: an approximation that is wrong by a known factor.
