@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+
 #include "inverse/inverse_fixture.h"
 #include "inverse/inverse_sqrt.h"
 #include "inverse/power.h"
@@ -177,7 +179,7 @@ TYPED_TEST(InverseOperations, InverseSquareRootMeetsItsBoundWithinTheQueriedSpac
 
 TYPED_TEST(InverseOperations, PowersAreExactWhileTheyFitAndCloseBeyond) {
     using W = TypeParam;
-    for (u64 p : {1, 5, 12, 40}) {
+    for (u64 p : {1, 5, 12, 40, 80}) {
         const Sizes sizes = power_signed_sizes<W>(p, 1);
         TestParameters memory(sizes.transform_bytes, (2 * p + 6) * word_bits<W>);
         test::FencedWords<W> scratch(sizes.scratch_words);
@@ -212,6 +214,35 @@ TYPED_TEST(InverseOperations, PowersAreExactWhileTheyFitAndCloseBeyond) {
             }
         }
         mpz_clear(exact);
+    }
+}
+
+// Short powers are formed of bare words: the same words as by the numbers' own squares and products, cut ones included.
+TYPED_TEST(InverseOperations, ShortPowersAreThoseOfTheNumbersOwnProducts) {
+    using W = TypeParam;
+    test::Rng rng(5);
+    for (u64 p : {0, 1, 2, 7, 8, 9, 37, 38, 39, 77, 78, 79}) {
+        const Sizes sizes = power_sizes<W>(p, 1);
+        TestParameters memory(sizes.transform_bytes, (2 * p + 6) * word_bits<W>);
+        std::vector<W> bases{2, 3, 10, 16, W{1} << (word_bits<W> / 2), static_cast<W>(~W{0})};
+        for (int i = 0; i < 4; ++i) bases.push_back(static_cast<W>(rng.next() >> rng.below(word_bits<W>)) | 2);
+        for (W x : bases) {
+            for (u64 n : {u64{2}, u64{3}, 40 * p + 1, 64 * p + 63, 200 * p + 5, rng.below(u64{1} << 40) + 2}) {
+                TestNumber<W> out(sizes.out_words), expected(sizes.out_words);
+                power<W>(memory.params, out.value, x, n, p, nullptr);
+                objects::BigFloat<W>& y = expected.value;
+                y.T[0] = x;
+                y.L = 1;
+                for (u64 bit = std::bit_floor(n) >> 1; bit != 0; bit >>= 1) {
+                    objects::set_sqr_ip(y, memory.params, p);
+                    objects::strip_tzs_all(y);
+                    if ((n & bit) != 0) objects::mul_uW(y, x);
+                }
+                ASSERT_EQ(std::vector<W>(out.value.T, out.value.T + out.value.L), std::vector<W>(y.T, y.T + y.L))
+                    << "p " << p << " x " << +x << " n " << n;
+                ASSERT_EQ(out.value.exp, y.exp);
+            }
+        }
     }
 }
 
