@@ -46,6 +46,10 @@ u64 direct_cost(u64 LA, u64 LB, bool square) noexcept {
     return (square ? product * (adx ? 73 : 95) / 100 : product) + 1000 * total;
 }
 
+u64 direct_bits(const EngineRung& rung) noexcept {
+    return kernels::active_levels().vector == VectorLevel::avx512ifma ? rung.ifma_direct_bits : rung.direct_bits;
+}
+
 u64 shortest_fold_bits() noexcept {
     return 64 * (kernels::active_levels().vector == VectorLevel::avx512ifma ? 450 : 300);
 }

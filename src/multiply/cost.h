@@ -9,6 +9,9 @@ namespace kvt::multiply {
 // Direct product of LA by LB <= LA 64-bit words, or square of LA words (LB = LA), at the active levels.
 u64 direct_cost(u64 LA, u64 LB, bool square) noexcept;
 
+// Up to so many bits a direct product is sure to win.
+u64 direct_bits(const EngineRung& rung) noexcept;
+
 // Folding is not considered below: there the choice itself takes what it gains.
 u64 shortest_fold_bits() noexcept;
 

@@ -78,7 +78,7 @@ u64 direct_cost_of(const EngineRung& rung, const Job<W>& job, u64 scratch_bytes)
     const u64 needed = square ? kernels::direct_square_scratch_bytes<W>(job.LA)
                               : kernels::direct_multiply_scratch_bytes<W>(job.LA, job.LB);
     if (needed > scratch_bytes) return ~u64{0};
-    if (job.LB <= row_words<W> || job.length() * word_bits<W> <= rung.direct_bits) return 0;
+    if (job.LB <= row_words<W> || job.length() * word_bits<W> <= direct_bits(rung)) return 0;
     return direct_cost((job.LA + halves - 1) / halves, (job.LB + halves - 1) / halves, square);
 }
 
@@ -135,6 +135,42 @@ void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, cons
         raise_redundancy_failure(location, "The product fails its check modulo 2^61 - 1.\n");
 }
 
+template <class W>
+void multiply_directly(const Job<W>& job, W* C, u8* memory) {
+    if (job.B == nullptr)
+        kernels::direct_square(C, job.A, job.LA, memory);
+    else
+        kernels::direct_multiply(C, job.A, job.LA, job.B, job.LB, memory);
+}
+
+// Forms the product in place.C by the cheapest way, a direct product's cost being known; false: by one transform, which
+// is left to the caller.
+template <class W>
+bool choose_and_multiply(const EngineRung& rung, const TransformPlan& whole, const GlobalTwiddleTable& table,
+                         const char* location, const Job<W>& job, u64 direct, const Place<W>& place, u8* memory,
+                         u64 tasks) {
+    const TransformCost transform = transform_cost(rung, whole);
+    const u64 transformed = job.B == nullptr ? transform.square : transform.product;
+    u64 least = std::min(direct, transformed);
+    FoldPlan fold;
+    if (direct > transformed / 4 * 3)
+        fold = plan_fold<W>(rung, whole, job.LA, job.LB, job.B == nullptr, least, place.scratch_bytes, tasks);
+    if (fold.rung != nullptr) least = fold.cost;
+    // No number of blocks makes up for a direct product that is far cheaper than one transform.
+    BlockPlan blocks;
+    if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)
+        blocks = plan_blocks<W>(rung, job.LA, job.LB, least, place.scratch_bytes, tasks);
+    if (blocks.engine != nullptr)
+        multiply_blocks(blocks, table, place.C, job.A, job.LA, job.B, job.LB, memory, tasks);
+    else if (fold.rung != nullptr)
+        multiply_folded(fold, table, location, job, place.C, memory, place.scratch_bytes, tasks);
+    else if (direct <= least)
+        multiply_directly(job, place.C, memory);
+    else
+        return false;
+    return true;
+}
+
 // Forms the product directly, folded or in blocks if that is cheaper than one transform; false: it is not.
 template <class W>
 bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& whole, const GlobalTwiddleTable& table,
@@ -142,29 +178,10 @@ bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& wh
     const Place<W> place = place_of(job, memory, scratch_bytes);
     if (place.C == nullptr) return false;
     const u64 direct = direct_cost_of(rung, job, place.scratch_bytes);
-    BlockPlan blocks;
-    FoldPlan fold;
-    if (direct != 0) {
-        const TransformCost transform = transform_cost(rung, whole);
-        const u64 transformed = job.B == nullptr ? transform.square : transform.product;
-        u64 least = std::min(direct, transformed);
-        if (direct > transformed / 4 * 3)
-            fold = plan_fold<W>(rung, whole, job.LA, job.LB, job.B == nullptr, least, place.scratch_bytes, tasks);
-        if (fold.rung != nullptr) least = fold.cost;
-        // No number of blocks makes up for a direct product that is far cheaper than one transform.
-        if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)
-            blocks = plan_blocks<W>(rung, job.LA, job.LB, least, place.scratch_bytes, tasks);
-        if (blocks.engine == nullptr && fold.rung == nullptr && direct > least) return false;
-    }
-
-    if (blocks.engine != nullptr)
-        multiply_blocks(blocks, table, place.C, job.A, job.LA, job.B, job.LB, memory, tasks);
-    else if (fold.rung != nullptr)
-        multiply_folded(fold, table, location, job, place.C, memory, place.scratch_bytes, tasks);
-    else if (job.B == nullptr)
-        kernels::direct_square(place.C, job.A, job.LA, memory);
-    else
-        kernels::direct_multiply(place.C, job.A, job.LA, job.B, job.LB, memory);
+    if (direct == 0)
+        multiply_directly(job, place.C, memory);
+    else if (!choose_and_multiply(rung, whole, table, location, job, direct, place, memory, tasks))
+        return false;
     if (place.C != job.C) std::memcpy(job.C, place.C + job.first, job.count * sizeof(W));
     return true;
 }

@@ -15,10 +15,10 @@ struct EngineRung {
     EngineSource source;
     u64 block_bits;             // blocks of up to this many bits are best formed by it
     u64 base_cost, level_cost;  // of a product, in picoseconds for 8 bytes of operand: base + level * log2(points)
-    u64 scalar_percent, avx2_percent;  // of that cost, at the lower levels
-    const EngineRung* shorter;         // the next lower rung, or null
-    u64 direct_bits = 0;               // up to so many bits a direct product wins on every machine
-    u64 odd_percent = 100;             // of that cost, where the points are not a power of two
+    u64 scalar_percent, avx2_percent;           // of that cost, at the lower levels
+    const EngineRung* shorter;                  // the next lower rung, or null
+    u64 direct_bits = 0, ifma_direct_bits = 0;  // up to so many a direct product wins: on every machine, with IFMA
+    u64 odd_percent = 100;                      // of that cost, where the points are not a power of two
 };
 
 template <class W>
