@@ -11,7 +11,7 @@
 namespace kvt::multiply {
 namespace {
 
-constexpr const char* location = "BKT";
+constexpr const char* location = "BKT::multiply()";
 
 void require_scratch(const BasicParameters& params, u64 bytes) {
     if (params.memory_bytes < bytes) raise_scratch_too_small(location, params.memory_bytes, bytes);

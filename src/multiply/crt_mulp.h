@@ -33,7 +33,8 @@ CrtSizes crt_mulp_sizes(u64 L_bits, u64 tasks);
 
 // C[0..na+nb) = A * B. C must not overlap the operands. Stage tags go to the sink (null: none).
 // Ends the process when L is no multiple of 32, or below 16 (na + nb). Raises "Lookup table is too small." and
-// "Buffer is too small." before anything is written.
+// "Buffer is too small." before anything is written; storage that runs out only later leaves C
+// undefined.
 void CRT_mulp(const BasicParameters& params, StorageProvider& storage, const ProgressSink* sink, u32* C, const u32* A,
               u64 na, const u32* B, u64 nb, u64 L_bits);
 

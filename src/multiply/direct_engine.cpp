@@ -22,7 +22,8 @@ static_assert(sizeof(Buffer) == 8);
 
 // The length lies in the caller's scratch memory for as long as an operand is kept.
 void require_length(const TransformPlan& plan, const Buffer& buffer) {
-    if (buffer.n > plan.points) raise_redundancy_failure("direct product", "An operand's length has changed.\n");
+    if (buffer.n > plan.points)
+        raise_redundancy_failure("DirectProduct::multiply()", "An operand's length has changed.\n");
 }
 
 class DirectEngine final : public TransformEngine {
@@ -77,7 +78,8 @@ class DirectEngine final : public TransformEngine {
         const auto* buffer = static_cast<const Buffer*>(operand);
         require_length(plan, *buffer);
         if (expected != nullptr && kernels::residue_of(buffer->words(), 2 * buffer->n) != expected->value)
-            raise_redundancy_failure("direct product", "The product does not match its factors modulo 2^61 - 1.\n");
+            raise_redundancy_failure("DirectProduct::multiply()",
+                                     "The product does not match its factors modulo 2^61 - 1.\n");
         const u64 present = 2 * buffer->n;
         const u64 stored = out.first < present ? std::min(out.count, present - out.first) : 0;
         std::memcpy(out.bytes, reinterpret_cast<const u8*>(buffer->words()) + 4 * out.first, 4 * stored);

@@ -70,7 +70,7 @@ const FftParameters& fft_row(u64 index) { return table[index]; }
 
 const FftParameters& choose_fft(u64 bits) {
     if (bits > table.back().capacity_bits)
-        raise_generic(errors::no_algorithm, "FFT length", "The convolution is longer than the largest transform.");
+        raise_generic(errors::no_algorithm, "FFT::plan()", "The convolution is longer than the largest transform.");
     u64 index = first_by_digits[std::bit_width(bits - (bits != 0))];
     while (table[index].capacity_bits < bits) ++index;
     return table[index];

@@ -44,7 +44,7 @@ void finish(const Transform& transform, const Shape& shape, Point* x, Window out
             u64 tasks) {
     transform.join(x);
     if (expected != nullptr && transform.joined_residue(x).value != expected->value)
-        raise_redundancy_failure("ntt64::inverse()", "The product does not match its factors modulo 2^61 - 1.");
+        raise_redundancy_failure("NTT64::inverse()", "The product does not match its factors modulo 2^61 - 1.");
     const u64 n = shape.bits() / 32;
     const u64 stored = out.first < n ? std::min(out.count, n - out.first) : 0;
     const u64 parts = std::min(std::max<u64>(tasks, 1), stored / 8192 + 1);
