@@ -275,7 +275,8 @@ class Engine final : public TransformEngine {
         return static_cast<const u32*>(aligned_up(const_cast<void*>(operand)));
     }
     static void check(u64 residue, u64 expected) {
-        if (residue != expected) raise_redundancy_failure("NTT32::inverse()", "The product fails its check modulo 2^61 - 1.");
+        if (residue != expected)
+            raise_redundancy_failure("NTT32::inverse()", "The product fails its check modulo 2^61 - 1.");
     }
 
     const bool negacyclic_;
