@@ -32,6 +32,6 @@ template <class W>
 SmallFloat<W> inverse_sqrt_direct(W x, u64 p);
 
 template <class W>
-SmallFloat<W> inverse_sqrt_direct_step(W x, const SmallFloat<W>& R, u64 p, u64 h);
+SmallFloat<W> inverse_sqrt_direct_step(W x, SmallFloat<W>& R, u64 p, u64 h);
 
 }  // namespace kvt::inverse

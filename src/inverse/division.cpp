@@ -70,18 +70,6 @@ bool quotient_residual(const BasicParameters& params, W* D, const BigFloat<W>& a
     return true;
 }
 
-// Moves C, whose words lie in words [n], to its positions there: words[0] is position base. Words below are dropped,
-// the others are zero.
-template <class W>
-void place(const BigFloat<W>& C, W* words, i64 base, u64 n) noexcept {
-    const u64 dropped = C.L != 0 && C.exp < base ? std::min(C.L, static_cast<u64>(base - C.exp)) : 0;
-    const u64 L = C.L - dropped;
-    const u64 below = L != 0 ? static_cast<u64>(C.exp + static_cast<i64>(dropped) - base) : 0;
-    objects::copy_words(words + below, C.T + dropped, L);
-    objects::zero_words(words, below);
-    objects::zero_words(words + below + L, n - below - L);
-}
-
 }  // namespace
 
 template <class W>

@@ -52,6 +52,18 @@ Residual<W> residual_of_window(const EngineTexts& texts, W* words, u64 n, i64 ex
     return residual;
 }
 
+// Moves C, whose words may lie in words [n], to its positions there: words[0] is position base. Words below are
+// dropped, the others are zero.
+template <class W>
+void place(const objects::BigFloat<W>& C, W* words, i64 base, u64 n) noexcept {
+    const u64 dropped = C.L != 0 && C.exp < base ? std::min(C.L, static_cast<u64>(base - C.exp)) : 0;
+    const u64 L = C.L - dropped;
+    const u64 below = L != 0 ? static_cast<u64>(C.exp + static_cast<i64>(dropped) - base) : 0;
+    objects::copy_words(words + below, C.T + dropped, L);
+    objects::zero_words(words, below);
+    objects::zero_words(words + below + L, n - below - L);
+}
+
 // C[0..n) holds a correction; replaces it by R +- C, where R's top word lies at C[n - 1]. C has room for one word
 // more. Returns the new length, top word non-zero.
 template <class W>

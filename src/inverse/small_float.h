@@ -69,76 +69,21 @@ void scale(SmallFloat<W>& a, W m) noexcept {
     if (carry != 0) a.w[a.n++] = carry;
 }
 
-// The exact product of the operands' top p + 2 words, cut to its top p + 2 significant words, of which there
-// is room for twice as many.
+// The exact product of the operands' top p + 2 words, cut to its top p + 2 significant words, of which there is room
+// for twice as many. a may be b: the square.
 template <class W>
 SmallFloat<W> multiply(const SmallFloat<W>& a, const SmallFloat<W>& b, u64 p) noexcept {
     SmallFloat<W> out;
     if (a.n == 0 || b.n == 0) return out;
-    const SmallFloat<W> x = top_words(a.w, a.n, a.exp, p + 2);
-    const SmallFloat<W> y = top_words(b.w, b.n, b.exp, p + 2);
-    kernels::mulB(out.w, x.w, x.n, y.w, y.n);
-    out.n = x.n + y.n;
-    out.exp = x.exp + y.exp;
+    const u64 drop_a = a.n - std::min(a.n, p + 2), drop_b = b.n - std::min(b.n, p + 2);
+    if (&a == &b)
+        kernels::sqrB(out.w, a.w + drop_a, a.n - drop_a);
+    else
+        kernels::mulB(out.w, a.w + drop_a, a.n - drop_a, b.w + drop_b, b.n - drop_b);
+    out.n = a.n + b.n - drop_a - drop_b;
+    out.exp = a.exp + b.exp + static_cast<i64>(drop_a + drop_b);
     out.trim_top();
     out.keep_top(p + 2);
-    return out;
-}
-
-// a + b; words below the top `words` of the larger operand's range are dropped before adding.
-template <class W>
-SmallFloat<W> add(const SmallFloat<W>& a, const SmallFloat<W>& b, u64 words) noexcept {
-    if (a.n == 0) return b;
-    if (b.n == 0) return a;
-    const i64 top = std::max(a.top(), b.top());
-    SmallFloat<W> out;
-    out.exp = std::max(std::min(a.exp, b.exp), top - static_cast<i64>(words));
-    DoubleWord<W> carry = 0;
-    for (i64 k = out.exp; k < top; ++k) {
-        carry += static_cast<DoubleWord<W>>(a.at(k)) + b.at(k);
-        out.w[out.n++] = static_cast<W>(carry);
-        carry >>= word_bits<W>;
-    }
-    if (carry != 0) out.w[out.n++] = static_cast<W>(carry);
-    return out;
-}
-
-// a - b for a >= b, with the same rule for dropped words.
-template <class W>
-SmallFloat<W> subtract(const SmallFloat<W>& a, const SmallFloat<W>& b, u64 words) noexcept {
-    if (b.n == 0) return a;
-    SmallFloat<W> out;
-    out.exp = std::max(std::min(a.exp, b.exp), a.top() - static_cast<i64>(words));
-    W borrow = 0;
-    for (i64 k = out.exp; k < a.top(); ++k) {
-        const W x = a.at(k), y = b.at(k);
-        out.w[out.n++] = static_cast<W>(x - y - borrow);
-        borrow = x < y || (x == y && borrow != 0);
-    }
-    out.trim_top();
-    if (out.n == 0) out.exp = 0;
-    return out;
-}
-
-// 1 - x for 0 <= x < 1 (no word at position 0 or above): the two's complement of the whole fraction, one word wider
-// than the fraction so that nothing is lost, then trimmed.
-template <class W>
-SmallFloat<W> one_minus(const SmallFloat<W>& x) noexcept {
-    SmallFloat<W> out;
-    if (x.n == 0) {
-        out.w[0] = 1;
-        out.n = 1;
-        return out;
-    }
-    out.exp = x.exp;
-    W carry = 1;
-    for (i64 k = x.exp; k < 0; ++k) {
-        const W word = static_cast<W>(~x.at(k) + carry);
-        carry = carry != 0 && word == 0;
-        out.w[out.n++] = word;
-    }
-    if (carry != 0) out.w[out.n++] = 1;
-    out.trim_top();
     return out;
 }
 

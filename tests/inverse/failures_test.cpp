@@ -163,7 +163,8 @@ TYPED_TEST(InverseFailures, DirectEnginesReportAFalsifiedApproximation) {
 
     const SmallFloat<W> S = inverse_sqrt_direct(W{10}, 4);
     const auto root = [&](W num, unsigned halvings) {
-        inverse_sqrt_direct_step(W{10}, falsified(S, num, halvings), u64{8}, u64{4});
+        SmallFloat<W> wrong = falsified(S, num, halvings);
+        inverse_sqrt_direct_step(W{10}, wrong, u64{8}, u64{4});
     };
     const char* guard = "BigFloatR_invsqrt_uW_E(): Convergence Failure";
     const char* under = "BigFloatR_invsqrt_uW_E(): Under-Estimate -> Convergence Failure";
