@@ -2,6 +2,7 @@
 
 #include "frame/fatal.h"
 #include "inverse/newton.h"
+#include "inverse/progress.h"
 #include "inverse/seed.h"
 #include "inverse/short_quotient.h"
 
@@ -46,12 +47,42 @@ bool take_residual(const EngineTexts& texts, SmallFloat<W>& P, u64 h) {
 // R +- C to p + 2 words below R's top, then nudged up by one unit in its lowest word: exact quotients come out at or
 // above their value, so their digits print right.
 template <class W>
-SmallFloat<W> corrected(SmallFloat<W>& R, SmallFloat<W>& C, bool over_estimate, u64 p) noexcept {
+SmallFloat<W> corrected(SmallFloat<W>& R, const SmallFloat<W>& C, bool over_estimate, u64 p) noexcept {
     SmallFloat<W> out;
     out.exp = R.top() - static_cast<i64>(p + 2);
-    place(view(C.w, C.n, C.exp), out.w, out.exp, p + 2);
+    const u64 dropped = C.exp < out.exp ? std::min(C.n, static_cast<u64>(out.exp - C.exp)) : 0;
+    const u64 L = C.n - dropped;
+    const u64 below = L != 0 ? static_cast<u64>(C.exp + static_cast<i64>(dropped) - out.exp) : 0;
+    std::fill_n(out.w, below, W{0});
+    copy_recent(out.w + below, C.w + dropped, L);
+    std::fill_n(out.w + below + L, p + 2 - below - L, W{0});
     out.n = combine(out.w, p + 2, view(R.w, R.n, R.exp), over_estimate);
     if (kernels::add1_ir(out.w, out.n, 1) != 0) out.w[out.n++] = 1;
+    return out;
+}
+
+// From the 52 bits of the seed three steps lead to more than 400: five 64-bit words need no step of their own at three.
+template <class W>
+constexpr u64 root_half(u64 p) noexcept {
+    return word_bits<W> == 64 && p == 5 ? 2 : direct_half(p);
+}
+
+// The top words of e / 2, and one more for its lowest bit.
+template <class W>
+SmallFloat<W> half(const SmallFloat<W>& e, u64 words) noexcept {
+    constexpr unsigned top_bit = word_bits<W> - 1;
+    const u64 kept = std::min(e.n, words), dropped = e.n - kept;
+    SmallFloat<W> out;
+    out.exp = e.exp + static_cast<i64>(dropped) - 1;
+    W low = 0;
+    for (u64 i = 0; i < kept; ++i) {
+        const W word = e.w[dropped + i];
+        out.w[i] = static_cast<W>(low >> 1 | word << top_bit);
+        low = word;
+    }
+    out.w[kept] = static_cast<W>(low >> 1);
+    out.n = kept + 1;
+    out.trim_top();
     return out;
 }
 
@@ -80,35 +111,42 @@ SmallFloat<W> reciprocal_direct(const EngineTexts& texts, const objects::BigFloa
 }
 
 template <class W>
-SmallFloat<W> inverse_sqrt_direct_step(W x, SmallFloat<W>& R, u64 p, u64 h) {
-    SmallFloat<W> S = multiply(R, R, p);
-    scale(S, x);
-    const bool over_estimate = take_residual(inverse_sqrt_direct_texts, S, h);
-    if (S.n == 0) return R;
-    S.exp -= 1;  // e / 2, as e * (B / 2) one word lower
-    scale(S, static_cast<W>(W{1} << (word_bits<W> - 1)));
-    S.trim_low();
-    S.keep_top(h + 2);
-    SmallFloat<W> C = multiply(R, S, p);
+SmallFloat<W> inverse_sqrt_direct_step(const EngineTexts& texts, W x, SmallFloat<W>& R, u64 p, u64 h,
+                                       const ProgressSink* sink) {
+    SmallFloat<W> e;
+    bool over_estimate;
+    {
+        Phase<W> phase(sink, " - 0S - ", h);
+        e = multiply(R, R, p + 2);
+        scale(e, x);
+        over_estimate = take_residual(texts, e, h);
+    }
+    if (e.n == 0) return R;
+    Phase<W> phase(sink, over_estimate ? " - O1M - " : " - U1M - ", h);
+    const SmallFloat<W> C = multiply(R, half(e, h + 2), p + 2);
     return corrected(R, C, over_estimate, p);
 }
 
 template <class W>
-SmallFloat<W> inverse_sqrt_direct(W x, u64 p) {
+SmallFloat<W> inverse_sqrt_direct(W x, u64 p, const ProgressSink* sink) {
     if (p == 0) return inverse_sqrt_seed(x);
-    const u64 h = direct_half(p);
-    SmallFloat<W> R = inverse_sqrt_direct(x, h);
+    const bool short_step = p < direct_limit_words;
+    const u64 h = short_step ? root_half<W>(p) : half_precision(p);
+    SmallFloat<W> R = inverse_sqrt_direct(x, h, sink);
     R.keep_top(h + 2);
-    return inverse_sqrt_direct_step(x, R, p, h);
+    if (short_step) return inverse_sqrt_direct_step(inverse_sqrt_direct_texts, x, R, p, h, nullptr);
+    return inverse_sqrt_direct_step(inverse_sqrt_texts, x, R, p, h, sink);
 }
 
 template SmallFloat<u32> reciprocal_direct(const EngineTexts&, const objects::BigFloat<u32>&, u64);
 template SmallFloat<u64> reciprocal_direct(const EngineTexts&, const objects::BigFloat<u64>&, u64);
 template void fail_reciprocal(const EngineTexts&, const SmallFloat<u32>&, const SmallFloat<u32>&, u64, u64);
 template void fail_reciprocal(const EngineTexts&, const SmallFloat<u64>&, const SmallFloat<u64>&, u64, u64);
-template SmallFloat<u32> inverse_sqrt_direct(u32, u64);
-template SmallFloat<u64> inverse_sqrt_direct(u64, u64);
-template SmallFloat<u32> inverse_sqrt_direct_step(u32, SmallFloat<u32>&, u64, u64);
-template SmallFloat<u64> inverse_sqrt_direct_step(u64, SmallFloat<u64>&, u64, u64);
+template SmallFloat<u32> inverse_sqrt_direct(u32, u64, const ProgressSink*);
+template SmallFloat<u64> inverse_sqrt_direct(u64, u64, const ProgressSink*);
+template SmallFloat<u32> inverse_sqrt_direct_step(const EngineTexts&, u32, SmallFloat<u32>&, u64, u64,
+                                                  const ProgressSink*);
+template SmallFloat<u64> inverse_sqrt_direct_step(const EngineTexts&, u64, SmallFloat<u64>&, u64, u64,
+                                                  const ProgressSink*);
 
 }  // namespace kvt::inverse

@@ -7,6 +7,7 @@
 // Measured over 20,000 operands a row: |x * result^2 - 1| < 2^-(W-2) * B^-p for p >= 2 (W bits a word), 2^-52 for p =
 // 0.
 
+#include "frame/progress.h"
 #include "inverse/short_quotient.h"
 #include "inverse/texts.h"
 
@@ -27,11 +28,17 @@ template <class W>
 [[noreturn]] void fail_reciprocal(const EngineTexts& texts, const SmallFloat<W>& x, const SmallFloat<W>& R, u64 p,
                                   u64 difference);
 
-// 1/sqrt(x) to p < 10 words, x >= 1.
+// Precisions of the root below this are worked here, in words, measured on Zen 4.
 template <class W>
-SmallFloat<W> inverse_sqrt_direct(W x, u64 p);
+inline constexpr u64 inverse_sqrt_direct_limit = 24 * (8 / sizeof(W));
 
+// 1/sqrt(x) to p < inverse_sqrt_direct_limit words, x >= 1. Steps from 10 words on are shown.
 template <class W>
-SmallFloat<W> inverse_sqrt_direct_step(W x, SmallFloat<W>& R, u64 p, u64 h);
+SmallFloat<W> inverse_sqrt_direct(W x, u64 p, const ProgressSink* sink);
+
+// One step from R at precision h; raises the engine's failure when R is not a root to h words.
+template <class W>
+SmallFloat<W> inverse_sqrt_direct_step(const EngineTexts& texts, W x, SmallFloat<W>& R, u64 p, u64 h,
+                                       const ProgressSink* sink);
 
 }  // namespace kvt::inverse

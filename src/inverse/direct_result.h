@@ -24,7 +24,7 @@ void store(const SmallFloat<W>& value, objects::BigFloat<W>& out, bool sign) {
     // Two words hold a seed but for the word that its shift may append.
     require_capacity(out.buffer_size, value.n,
                      out.buffer_size == 2 ? "BigFloat::operator*=()" : "BigFloat::set_double()");
-    std::copy(value.w, value.w + value.n, out.buffer);
+    copy_recent(out.buffer, value.w, value.n);
     out.T = out.buffer;
     out.L = value.n;
     out.exp = value.n == 0 ? 0 : value.exp;

@@ -100,10 +100,7 @@ void check_space(u64 out_words, u64 scratch_words, u64 p) {
 template <class W>
 void inverse_sqrt_recursive(const BasicParameters& params, BigFloat<W>& out, W x, u64 p, WordScratch<W> scratch,
                             const ProgressSink* sink) {
-    if (p < direct_limit_words) {
-        store(inverse_sqrt_direct(x, p), out, true);
-        return;
-    }
+    if (p < inverse_sqrt_direct_limit<W>) return store(inverse_sqrt_direct(x, p, sink), out, true);
     const u64 h = half_precision(p);
     check_space(out.buffer_size, scratch.n, p);
     W* const T = scratch.words + (h + 4);

@@ -8,6 +8,17 @@
 
 namespace kvt::inverse {
 
+// Upwards, a word at a time: wider loads would wait until words that were just written one by one have left the store
+// buffer.
+template <class W>
+void copy_recent(W* out, const W* in, u64 n) noexcept {
+    for (u64 i = 0; i < n; ++i) {
+        W word = in[i];
+        __asm__("" : "+r"(word));  // keeps the compiler from making it a call of memmove
+        out[i] = word;
+    }
+}
+
 // Value: sum of w[i] * B^(exp + i), i < n. Zero is n = 0; a non-zero value has a non-zero top word unless said.
 template <class W>
 struct SmallFloat {
@@ -22,7 +33,7 @@ struct SmallFloat {
     SmallFloat& operator=(const SmallFloat& other) noexcept {
         n = other.n;
         exp = other.exp;
-        std::copy(other.w, other.w + n, w);
+        copy_recent(w, other.w, n);
         return *this;
     }
 
@@ -32,8 +43,8 @@ struct SmallFloat {
     W at(i64 position) const noexcept { return position >= exp && position < top() ? w[position - exp] : W{0}; }
 
     void drop_low(u64 words) noexcept {
-        std::copy(w + words, w + n, w);
         n -= words;
+        copy_recent(w, w + words, n);
         exp += static_cast<i64>(words);
     }
 

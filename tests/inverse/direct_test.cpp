@@ -63,7 +63,7 @@ TYPED_TEST(DirectEngines, InverseSquareRootMeetsItsBound) {
         operands.push_back(static_cast<W>(rng.next() >> rng.below(word_bits<W>)) | 1);
     for (W x : operands) {
         for (u64 p = 0; p < direct_limit_words; ++p) {
-            const SmallFloat<W> R = inverse_sqrt_direct(x, p);
+            const SmallFloat<W> R = inverse_sqrt_direct(x, p, nullptr);
             Distance distance;
             distance.set(R.w, R.n, R.exp);
             distance.multiply(R.w, R.n, R.exp);
@@ -79,7 +79,7 @@ TYPED_TEST(DirectEngines, InverseSquareRootOfPowersOfFourIsExact) {
     using W = TypeParam;
     for (unsigned bit = 0; bit < word_bits<W>; bit += 2) {
         for (u64 p = 0; p < direct_limit_words; ++p) {
-            SmallFloat<W> R = inverse_sqrt_direct(static_cast<W>(W{1} << bit), p);
+            SmallFloat<W> R = inverse_sqrt_direct(static_cast<W>(W{1} << bit), p, nullptr);
             R.trim_low();
             EXPECT_EQ(R.n, 1u);
             EXPECT_EQ(R.w[0], bit == 0 ? W{1} : static_cast<W>(W{1} << (word_bits<W> - bit / 2)));

@@ -161,10 +161,10 @@ TYPED_TEST(InverseFailures, DirectEnginesReportAFalsifiedApproximation) {
                         "  -4\nBigFloatR_rcp_E(): Over-Estimate -> Convergence Failure\n"),
                  [&] { rcp(3, 1); });
 
-    const SmallFloat<W> S = inverse_sqrt_direct(W{10}, 4);
+    const SmallFloat<W> S = inverse_sqrt_direct(W{10}, 4, nullptr);
     const auto root = [&](W num, unsigned halvings) {
         SmallFloat<W> wrong = falsified(S, num, halvings);
-        inverse_sqrt_direct_step(W{10}, wrong, u64{8}, u64{4});
+        inverse_sqrt_direct_step(inverse_sqrt_direct_texts, W{10}, wrong, u64{8}, u64{4}, nullptr);
     };
     const char* guard = "BigFloatR_invsqrt_uW_E(): Convergence Failure";
     const char* under = "BigFloatR_invsqrt_uW_E(): Under-Estimate -> Convergence Failure";
