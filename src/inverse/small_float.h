@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "frame/types.h"
+#include "kernels/direct.h"
 #include "kernels/schoolbook.h"
 
 namespace kvt::inverse {
@@ -87,11 +88,20 @@ SmallFloat<W> multiply(const SmallFloat<W>& a, const SmallFloat<W>& b, u64 p) no
     SmallFloat<W> out;
     if (a.n == 0 || b.n == 0) return out;
     const u64 drop_a = a.n - std::min(a.n, p + 2), drop_b = b.n - std::min(b.n, p + 2);
-    if (&a == &b)
-        kernels::sqrB(out.w, a.w + drop_a, a.n - drop_a);
+    const W *const A = a.w + drop_a, *const B = b.w + drop_b;
+    const u64 LA = a.n - drop_a, LB = b.n - drop_b;
+    constexpr u64 longer_words =
+        10 * (8 / sizeof(W));  // from here on other methods are faster, where they need no scratch
+    const bool schoolbook = std::min(LA, LB) < longer_words;
+    if (&a == &b && (schoolbook || kernels::direct_square_scratch_bytes<W>(LA) != 0))
+        kernels::sqrB(out.w, A, LA);
+    else if (&a == &b)
+        kernels::direct_square(out.w, A, LA, nullptr);
+    else if (schoolbook || kernels::direct_multiply_scratch_bytes<W>(LA, LB) != 0)
+        kernels::mulB(out.w, A, LA, B, LB);
     else
-        kernels::mulB(out.w, a.w + drop_a, a.n - drop_a, b.w + drop_b, b.n - drop_b);
-    out.n = a.n + b.n - drop_a - drop_b;
+        kernels::direct_multiply(out.w, A, LA, B, LB, nullptr);
+    out.n = LA + LB;
     out.exp = a.exp + b.exp + static_cast<i64>(drop_a + drop_b);
     out.trim_top();
     out.keep_top(p + 2);
