@@ -5,6 +5,7 @@
 
 #include "frame/exceptions.h"
 #include "frame/format.h"
+#include "kernels/cpu.h"
 #include "kernels/direct.h"
 #include "kernels/linear.h"
 #include "kernels/residue61.h"
@@ -12,6 +13,7 @@
 #include "multiply/folded_product.h"
 #include "multiply/transform_checks.h"
 #include "objects/words.h"
+#include "text/digit_lanes.h"
 #include "text/digits.h"
 #include "text/radix.h"
 #include "text/radix_plan.h"
@@ -51,6 +53,7 @@ u64 read_rows(W* out, const char* end, u64 count, u64 first, u64 m) noexcept {
     // Rows are too short for a call, and the next one starts while one still runs.
     u64 n = 0;
     const auto append = [&](W carry) {
+#pragma GCC unroll 4
         for (u64 i = 0; i < n; ++i) {
             const auto product = static_cast<DoubleWord<W>>(out[i]) * Decimal<W>::base + carry;
             out[i] = static_cast<W>(product);
@@ -70,16 +73,48 @@ u64 read_rows(W* out, const char* end, u64 count, u64 first, u64 m) noexcept {
     return n;
 }
 
+// Eight numbers that were read together, to be taken in order.
+struct LaneNumbers {
+    DigitLane lanes[digit_lanes];
+    unsigned used = 0, taken = 0, n_words = 0;
+    u64 words[digit_lanes * lane_words(most_lane_digits)];
+
+    // Words of the next one to out; returns the length.
+    template <class W>
+    u64 take(W* out) noexcept {
+        const u64* const lane = words + taken++;
+        const auto word = [&](u64 i) {
+            return static_cast<W>(lane[i * sizeof(W) / 8 * digit_lanes] >> i * word_bits<W> % 64);
+        };
+        u64 n = n_words * (8 / sizeof(W));
+        while (n > 0 && word(n - 1) == 0) --n;
+        for (u64 i = 0; i < n; ++i) out[i] = word(i);
+        return n;
+    }
+};
+
 template <class W>
 class Reading {
   public:
     Reading(const RadixPlan<W>& plan, const GlobalTwiddleTable& table, const char* digits, u64 count)
-        : plan_(plan), table_(table), end_(digits + count), count_(count) {}
+        : plan_(plan), table_(table), begin_(digits), end_(digits + count), count_(count) {
+        using kernels::VectorLevel;
+        if (plan.levels > lane_levels && kernels::active_levels().vector == VectorLevel::avx512ifma)
+            lane_kernel_ = &digit_lanes_avx512ifma;
+    }
 
-    // out := the digit words [first, first + m), counted from the least significant; returns the length.
-    u64 run(W* out, u64 first, u64 m, u64 tasks, u64 depth, u8* work) const {
+    // out := the digit words [first, first + m), counted from the least significant; returns the length. Their shortest
+    // blocks are read already where `numbers` has them.
+    u64 run(W* out, u64 first, u64 m, u64 tasks, u64 depth, u8* work, LaneNumbers* numbers = nullptr) const {
+        if (numbers != nullptr && m <= longest_lane()) return numbers->take(out);
         if (m <= plan_.bottom) return read_rows(out, end_, count_, first, m);
-        const RadixLevel<W>& level = plan_.level[plan_.splitting_level(m)];
+        const u64 i = plan_.splitting_level(m);
+        if (i == lane_levels && lane_kernel_ != nullptr && numbers == nullptr) {
+            LaneNumbers eight;
+            read_lanes(eight, first, m);
+            return run(out, first, m, tasks, depth, work, &eight);
+        }
+        const RadixLevel<W>& level = plan_.level[i];
         const u64 s = level.half_digit_words;
         W* upper = reinterpret_cast<W*>(work);
         work += area_bytes(plan_.split_words(m, s) * sizeof(W));
@@ -90,8 +125,8 @@ class Reading {
             Threads::run_both([&] { lower_length = run(out, first, s, lower_tasks, depth + 1, work); },
                               [&] { upper_length = run(upper, first + s, m - s, tasks / 2, depth + 1, upper_work); });
         } else {
-            lower_length = run(out, first, s, tasks, depth + 1, work);
-            upper_length = run(upper, first + s, m - s, tasks, depth + 1, work);
+            lower_length = run(out, first, s, tasks, depth + 1, work, numbers);
+            upper_length = run(upper, first + s, m - s, tasks, depth + 1, work, numbers);
         }
         if (upper_length == 0) return lower_length;
         if (level.direct) {
@@ -109,6 +144,36 @@ class Reading {
     }
 
   private:
+    // Blocks that this level splits have at most eight of the second shortest kind, which are read at the same time.
+    static constexpr u64 lane_levels = 3;
+    static_assert(1u << lane_levels == digit_lanes);
+    u64 longest_lane() const { return plan_.level[0].block_digit_words; }
+
+    void read_lanes(LaneNumbers& numbers, u64 first, u64 m) const {
+        find_lanes(numbers, first, m);
+        unsigned digits = 0;
+        for (unsigned l = 0; l < digit_lanes; ++l) {
+            if (l >= numbers.used) numbers.lanes[l] = {end_, 0};
+            digits = std::max(digits, numbers.lanes[l].digits);
+        }
+        // The next eight lie before these; eight short runs are too many for the machine to foresee.
+        const char* const at = numbers.lanes[0].end;
+        for (u64 i = 0; i < m * Decimal<W>::digits; i += 64)
+            __builtin_prefetch(at - std::min(2 * m * Decimal<W>::digits - i, static_cast<u64>(at - begin_)));
+        numbers.n_words = lane_words(digits);
+        lane_kernel_->read(numbers.lanes, numbers.words);
+    }
+    void find_lanes(LaneNumbers& numbers, u64 first, u64 m) const {
+        if (m > longest_lane()) {
+            const u64 s = plan_.level[plan_.splitting_level(m)].half_digit_words;
+            find_lanes(numbers, first, s);
+            return find_lanes(numbers, first + s, m - s);
+        }
+        const u64 below = first * Decimal<W>::digits;
+        const auto digits = static_cast<unsigned>(std::min<u64>(m * Decimal<W>::digits, count_ - below));
+        numbers.lanes[numbers.used++] = {end_ - below, digits};
+    }
+
     // Words of the digit words [first, first + m), the most significant of which may be short.
     u64 room_for(u64 first, u64 m) const {
         return decimal_words<W>(std::min(m * Decimal<W>::digits, count_ - first * Decimal<W>::digits));
@@ -160,8 +225,9 @@ class Reading {
 
     const RadixPlan<W>& plan_;
     const GlobalTwiddleTable& table_;
-    const char* const end_;
+    const char *const begin_, *const end_;
     const u64 count_;
+    const DigitLaneKernel* lane_kernel_ = nullptr;
 };
 
 }  // namespace
