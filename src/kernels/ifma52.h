@@ -30,7 +30,7 @@ constexpr u64 ifma52_split_scratch_bytes(u64 longer_bytes, u64 operands) noexcep
 
 // Whether splitting saves more than its passes take: as long as so many products of limbs for each limb of the longer
 // operand. Measured on Zen 4.
-inline constexpr u64 ifma52_multiply_passes = 22, ifma52_square_passes = 44, ifma52_shortest_split_bytes = 640;
+inline constexpr u64 ifma52_multiply_passes = 14, ifma52_square_passes = 24, ifma52_shortest_split_bytes = 480;
 
 constexpr bool ifma52_splits(u64 shorter_bytes, u64 longer_bytes, u64 passes) noexcept {
     if (shorter_bytes < ifma52_shortest_split_bytes) return false;

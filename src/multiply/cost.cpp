@@ -36,8 +36,8 @@ u64 direct_cost(u64 LA, u64 LB, bool square) noexcept {
     if (vector == VectorLevel::avx512ifma) {
         const u64 passes = square ? kernels::ifma52_square_passes : kernels::ifma52_multiply_passes;
         const bool split = kernels::ifma52_splits(8 * LB, 8 * LA, passes);
-        const u64 column = split ? (square ? 40 : 83) : (square ? 57 : 105);
-        return saturating_product(column * LB, LA) + (split ? (square ? 2050 : 1300) : 700) * total;
+        const u64 column = split ? (square ? 43 : 83) : (square ? 57 : 105);
+        return saturating_product(column * LB, LA) + (split ? (square ? 1100 : 900) : 700) * total;
     }
     // Karatsuba beyond some 40 words of the shorter operand.
     const bool adx = word == WordLevel::adx;

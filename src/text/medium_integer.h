@@ -11,8 +11,8 @@ namespace kvt::text {
 
 inline constexpr u64 longest_medium_words = 384;
 
-// Scratch words for n 64-bit words. From 64 words on the product may be one that takes scratch for its halves.
-constexpr u64 medium_scratch_words(u64 n) noexcept { return n < 64 ? 8 * n + 16 : 11 * n + 192; }
+// Scratch words for n 64-bit words. From 57 words on the product may be one that takes scratch for its halves.
+constexpr u64 medium_scratch_words(u64 n) noexcept { return n < 57 ? 8 * n + 16 : 11 * n + 192; }
 
 // Writes the integer of n <= longest_medium_words 64-bit words (destroyed) in decimal without leading zeros, ending
 // before end; returns the first character, or null when the conversion's own check failed.
