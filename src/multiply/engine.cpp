@@ -1,5 +1,7 @@
 #include "multiply/engine.h"
 
+#include <cstring>
+
 #include "kernels/residue61.h"
 #include "multiply/transform_checks.h"
 
@@ -13,7 +15,11 @@ u64 TransformEngine::most_kept_bytes(u64 min_bits, u64 tasks) const {
 void TransformEngine::product_keeping(const TransformPlan& plan, const GlobalTwiddleTable& table, const void* a,
                                       Residue a_residue, Operand b, void* operand, Window out, bool check, void* work,
                                       u64 tasks) const {
-    const Residue b_residue = forward(plan, table, b, operand, work, tasks);
+    Residue b_residue = a_residue;
+    if (b.bytes == nullptr)
+        std::memcpy(operand, a, plan.operand_bytes);
+    else
+        b_residue = forward(plan, table, b, operand, work, tasks);
     multiply(plan, table, operand, a, work, tasks);
     const Residue expected{kernels::residue_mul(a_residue.value, b_residue.value)};
     inverse(plan, table, operand, out, check ? &expected : nullptr, work, tasks);

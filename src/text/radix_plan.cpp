@@ -177,10 +177,7 @@ u64 RadixPlan<W>::block_bytes(u64 m, u64 block_tasks, u64 depth) const noexcept 
 template <class W>
 u64 RadixPlan<W>::recursion_bytes() const noexcept {
     u64 bytes = block_bytes(digit_words, tasks, 0);
-    for (u64 i = 0; i + 1 < levels; ++i) {
-        const multiply::TransformPlan& t = level[i].transform;
-        bytes = std::max(bytes, area_bytes(t.operand_bytes) + area_bytes(t.product_bytes + tasks * t.task_bytes));
-    }
+    for (u64 i = 0; i + 1 < levels; ++i) bytes = std::max(bytes, product_bytes(level[i], tasks));
     return bytes;
 }
 

@@ -76,9 +76,8 @@ void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* pow
             powers_memory += words_area<W>(level.kept_words);
         }
         if (i + 1 == plan.levels) return;
-        std::memcpy(work, level.power_transform, transform.operand_bytes);
-        level.engine->product(transform, table, work, residue, {nullptr, 0}, multiply::window_of(power, 0, 2 * n),
-                              true, rest, plan.tasks);
+        level.engine->product_keeping(transform, table, level.power_transform, residue, {nullptr, 0}, work,
+                                      multiply::window_of(power, 0, 2 * n), true, rest, plan.tasks);
         n = shift_down(power, 2 * n, 2 * level.power_shift);
         if (level.block_digit_words < 2 * level.half_digit_words) divide_exactly(power, n, plan.odd);
         while (power[n - 1] == 0) --n;

@@ -380,8 +380,15 @@ class FftEngine final : public TransformEngine {
         const Transform t(plan, table, tasks);
         double* x = static_cast<double*>(operand);
         const double* y = static_cast<const double*>(a);
-        const Residue expected{kernels::residue_mul(a_residue.value, cut_operand(t, b, x, check).value)};
-        t.divide(t.blocks(), [&](u64 begin, u64 end, u64) { t.kernels.product(t.shape, x, y, begin, end); });
+        Residue b_residue = a_residue;
+        if (b.bytes == nullptr) {
+            std::memcpy(x, y, plan.operand_bytes);
+            t.divide(t.blocks(), [&](u64 begin, u64 end, u64) { t.kernels.square(t.shape, x, begin, end); });
+        } else {
+            b_residue = cut_operand(t, b, x, check);
+            t.divide(t.blocks(), [&](u64 begin, u64 end, u64) { t.kernels.product(t.shape, x, y, begin, end); });
+        }
+        const Residue expected{kernels::residue_mul(a_residue.value, b_residue.value)};
         finish(t, x, reinterpret_cast<u8*>(align_up(work)), out, check ? &expected : nullptr);
     }
 };

@@ -264,7 +264,7 @@ class Engine final : public TransformEngine {
                          Operand b, void* operand, Window out, bool check_result, void* work,
                          u64 tasks) const override {
         Call call(plan, table, operand, work, tasks);
-        const u64 b_residue = check_result ? call.residue(b) : 0;
+        const u64 b_residue = !check_result ? 0 : b.bytes == nullptr ? a_residue.value : call.residue(b);
         call.product(b, aligned_operand(a));
         const u64 residue = call.output(out);
         if (check_result) check(residue, kernels::residue_mul(a_residue.value, b_residue));

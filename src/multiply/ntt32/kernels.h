@@ -80,7 +80,7 @@ struct KernelTable {
     void (*block_multiply)(const Prime& prime, const Shape& shape, std::uint32_t* a, const std::uint32_t* b,
                            std::uint64_t row, void* scratch) noexcept;
     // out = transform back (a * transform of b, or of words as above); a is transformed, b is not and is destroyed. out is
-    // a or b, or with words anything. Squares a if both are null; out is a then.
+    // a or b, or with words anything. Squares a if both are null; out is a or anything then.
     void (*block_product)(const Prime& prime, const Shape& shape, Words words, const std::uint32_t* a,
                           std::uint32_t* b, std::uint32_t* out, std::uint64_t row, void* scratch) noexcept;
 

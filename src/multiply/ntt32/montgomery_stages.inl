@@ -130,7 +130,10 @@ void block_product(const Prime& prime, const Shape& shape, Words words, const u3
     }
     const Levels t = block_levels(prime, shape, row, false, memory);
     const Levels back = block_levels(prime, shape, row, true, memory);
-    if (b != nullptr) split_block(b, shape, t, c);
+    if (b != nullptr)
+        split_block(b, shape, t, c);
+    else if (out != a)
+        __builtin_memcpy(out, a, sizeof(u32) << shape.block_log);
     multiply_leaves(out, out == a && b != nullptr ? b : a, shape.block_log, t, c);
     merge_block(out, shape.block_log, back, c);
 }
