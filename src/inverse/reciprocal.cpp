@@ -122,6 +122,7 @@ void reciprocal(const BasicParameters& params, BigFloat<W>& out, const BigFloat<
     require_capacity(out.buffer_size, p + 3, reciprocal_texts.location);
     require_capacity(scratch.n, 2 * half_precision(p) + 5, reciprocal_texts.location);
     require_transforms<W>(params, p + 8);  // table and scratch are found too small before anything is written
+    if (p < reciprocal_quotient_limit<W>()) return reciprocal_recursive(params, out, x, p, scratch, sink);
     const objects::Unchanged<W> same_x(objects::top_words(x, p + 2), reciprocal_texts.location);
     reciprocal_recursive(params, out, x, p, scratch, sink);
     same_x.require();

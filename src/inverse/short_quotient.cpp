@@ -7,8 +7,8 @@
 #include <bit>
 #include <cstring>
 
-#include "inverse/residue64.h"
 #include "kernels/division.h"
+#include "kernels/residue64.h"
 #include "objects/big_float_parts.h"
 #include "objects/words.h"
 
@@ -95,12 +95,14 @@ u64 short_quotient(SmallFloat<W>& out, const objects::BigFloat<W>& a, const obje
     u64 A[2 * most_words], complement[most_words], q[most_words + 1];
     const Aligned in_a = align_top(A, 2 * n, a, 0);
     const Aligned in_b = align_top(complement, n, b, ~u64{0});
-    const u64 residue_a = residue64(A + (2 * n - in_a.taken), in_a.taken), residue_d = ~residue64(complement, n);
+    const u64 residue_a = kernels::residue64(A + (2 * n - in_a.taken), in_a.taken),
+              residue_d = ~kernels::residue64(complement, n);
 
     q[n] = subtract_if_not_below(A + n, complement, n);
     kernels::divide_words(q, A, complement, n);
 
-    const u64 found = add_residues(multiply_residues(residue64(q, n + 1), residue_d), residue64(A, n));
+    const u64 found = kernels::add_residues(kernels::multiply_residues(kernels::residue64(q, n + 1), residue_d),
+                                            kernels::residue64(A, n));
 
     const bool exact = in_a.whole && in_b.whole && objects::trimmed_length(A, n) == 0;
     if (!exact) kernels::add1_ir(q, n + 1, 1);
@@ -121,7 +123,7 @@ u64 short_quotient(SmallFloat<W>& out, const objects::BigFloat<W>& a, const obje
         out.drop_low(excess);
         if (!zeros) round_up(out);
     }
-    return residue_difference(found, residue_a);
+    return kernels::residue_difference(found, residue_a);
 }
 
 template u64 short_quotient(SmallFloat<u32>&, const objects::BigFloat<u32>&, const objects::BigFloat<u32>&,

@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "frame/exceptions.h"
-#include "inverse/residue64.h"
 #include "kernels/direct.h"
+#include "kernels/residue64.h"
 #include "multiply/algorithms.h"
 #include "multiply/thresholds.h"
 #include "objects/big_float_parts.h"
@@ -103,8 +103,9 @@ class StepTransforms {
 
     void check(const BigFloat& b) const {
         const W* product = reinterpret_cast<const W*>(plain_);
-        const u64 expected = multiply_residues(residue64(words_.T, words_.L), residue64(b.T, b.L));
-        if (residue_difference(residue64(product, words_.L + b.L), expected) != 0)
+        const u64 expected =
+            kernels::multiply_residues(kernels::residue64(words_.T, words_.L), kernels::residue64(b.T, b.L));
+        if (kernels::residue_difference(kernels::residue64(product, words_.L + b.L), expected) != 0)
             raise_redundancy_failure("direct product", "The product does not match its factors modulo 2^64 - 1.\n");
     }
 

@@ -1,31 +1,34 @@
 #pragma once
-// Words that an operation reads more than once, and long: a fault in between would give a result that is right for
-// other words, or for none, without a sign of it.
+// Words that an operation reads more than once: a fault in between would give a result that is right for other words,
+// or for none, without a sign of it.
 
 #include "frame/exceptions.h"
 #include "kernels/residue61.h"
+#include "kernels/residue64.h"
 #include "objects/big_float.h"
 
 namespace kvt::objects {
 
-// Remembers the words' residue; require() raises "Redundancy Check Failed:  " when they have another one. Short numbers
-// are read within a microsecond and not looked at.
+// Remembers the words' residue; require() raises "Redundancy Check Failed:  " when they have another one.
 template <class W>
 class Unchanged {
   public:
     Unchanged() = default;
     Unchanged(const BigFloat<W>& x, const char* location) : Unchanged(x.T, x.L, location) {}
     Unchanged(const W* words, u64 n, const char* location)
-        : words_(words), n_(n < shortest ? 0 : n), location_(location), residue_(residue()) {}
+        : words_(words), n_(n), location_(location), residue_(residue()) {}
 
     void require() const {
         if (n_ != 0 && residue() != residue_) raise_redundancy_failure(location_, "An operand has changed.\n");
     }
 
   private:
-    static constexpr u64 shortest = 64;
+    // Short numbers' residues are taken in line.
+    static constexpr u64 short_words = 64;
 
-    u64 residue() const { return n_ == 0 ? 0 : kernels::residue_of(words_, n_ * (sizeof(W) / 4)); }
+    u64 residue() const {
+        return n_ < short_words ? kernels::residue64(words_, n_) : kernels::residue_of(words_, n_ * (sizeof(W) / 4));
+    }
 
     const W* words_ = nullptr;
     u64 n_ = 0;

@@ -187,10 +187,13 @@ TEST(InverseFaults, InOperandsApproximationsAndTransforms) {
             const u64 in_high = both_widths("high words", &Subject<u32>::high_words, &Subject<u64>::high_words);
             const u64 in_low = both_widths("low words", &Subject<u32>::low_words, &Subject<u64>::low_words);
             const u64 in_R = both_widths("R", &Subject<u32>::approximation, &Subject<u64>::approximation);
-            both_widths("output while at work", &Subject<u32>::output, &Subject<u64>::output);
-            both_widths("word scratch behind R", &Subject<u32>::behind_R, &Subject<u64>::behind_R);
-            both_widths("transforms", &Subject<u32>::transforms, &Subject<u64>::transforms);
-            if (length == Length::below_64_words) continue;
+            const u64 in_output = both_widths("output while at work", &Subject<u32>::output, &Subject<u64>::output);
+            const u64 behind_R =
+                both_widths("word scratch behind R", &Subject<u32>::behind_R, &Subject<u64>::behind_R);
+            const u64 in_transforms = both_widths("transforms", &Subject<u32>::transforms, &Subject<u64>::transforms);
+            if (length == Length::below_64_words) {
+                EXPECT_EQ(in_high + in_low + in_output + behind_R + in_transforms, 0u) << name;
+            }
             EXPECT_EQ(in_R, 0u) << name;
             if (operation != Operation::inverse_sqrt) {
                 EXPECT_EQ(in_high + in_low, 0u) << name;

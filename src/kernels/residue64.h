@@ -4,7 +4,7 @@
 
 #include "frame/types.h"
 
-namespace kvt::inverse {
+namespace kvt::kernels {
 
 inline u64 fold(u128 x) noexcept {
     const u64 low = static_cast<u64>(x), sum = low + static_cast<u64>(x >> 64);
@@ -28,4 +28,4 @@ inline u64 residue_difference(u64 a, u64 b) noexcept {
     return difference == ~u64{0} ? 0 : difference;
 }
 
-}  // namespace kvt::inverse
+}  // namespace kvt::kernels
