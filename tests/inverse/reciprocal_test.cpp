@@ -8,6 +8,7 @@
 #include "inverse/inverse_sqrt.h"
 #include "inverse/power.h"
 #include "kernels/schoolbook.h"
+#include "support/levels.h"
 
 #if KVNUM_HAVE_GMP
 namespace kvt::inverse {
@@ -25,7 +26,8 @@ class InverseOperations : public testing::Test {
     static std::vector<u64> precisions() {
         std::vector<u64> out;
         for (u64 p = 0; p <= 60; ++p) out.push_back(p);
-        for (u64 p : {63, 64, 100, 127, 128, 150, 199, 300, 511, 640, 1000, 1500, 3000}) out.push_back(p);
+        for (u64 p : {63, 64, 71, 72, 73, 100, 127, 128, 150, 199, 300, 511, 640, 1000, 1500, 3000}) out.push_back(p);
+        for (u64 p : {221, 222, 223, 224, 451, 452, 453, 454}) out.push_back(p);  // ends of plain products
         return out;
     }
 
@@ -118,6 +120,45 @@ TYPED_TEST(InverseOperations, DivisionMeetsItsBoundWithinTheQueriedSpace) {
             if (p == 0) continue;
             const u64 bits = word_bits<W> * p - 1;
             ASSERT_TRUE(distance.close_to(a.data(), a.size(), 4, bits)) << "p " << p << " operands " << i;
+        }
+    }
+}
+
+// Where the methods change without the products in radix 2^52.
+TYPED_TEST(InverseOperations, MeetTheirBoundsAtEveryLevel) {
+    using W = TypeParam;
+    constexpr u64 per_word = 8 / sizeof(W);
+    for (const kernels::Levels levels : test::all_levels()) {
+        const test::LevelScope scope(levels);
+        test::Rng rng(6);
+        for (u64 middle : {10 / per_word, u64{21}, u64{24}, u64{36}, u64{42}, u64{64}, u64{87}, u64{222}}) {
+            for (u64 p = middle * per_word - 2; p <= middle * per_word + 1; ++p) {
+                const Sizes sizes = division_sizes<W>(p, 1);
+                TestParameters memory(sizes.transform_bytes, (p + 9) * word_bits<W>);
+                test::FencedWords<W> scratch(sizes.scratch_words);
+                for (test::Pattern pattern : test::hard_patterns) {
+                    auto a = test::words<W>(pattern, 1 + rng.below(2 * p), rng);
+                    auto b = test::words<W>(test::hard_patterns[rng.below(6)], p + 3 - rng.below(6), rng);
+                    a.back() |= 1, b.back() |= 1;
+                    TestNumber<W> q(p + 2), r(p + 3), root(p + 4);
+                    Distance distance;
+                    divide<W>(memory.params, q.value, this->number(a, 0), this->number(b, 0), p,
+                              {scratch, scratch.size()}, nullptr);
+                    distance.set(q.value.T, q.value.L, q.value.exp);
+                    distance.multiply(b.data(), b.size(), 0);
+                    EXPECT_TRUE(distance.close_to(a.data(), a.size(), 0, word_bits<W> * p - 1)) << "a / b, p " << p;
+                    reciprocal<W>(memory.params, r.value, this->number(b, 0), p, {scratch, scratch.size()}, nullptr);
+                    distance.set(r.value.T, r.value.L, r.value.exp);
+                    distance.multiply(b.data(), b.size(), 0);
+                    EXPECT_TRUE(distance.template close_to_one<W>(this->accuracy_bits(p))) << "1 / b, p " << p;
+                    const W x = static_cast<W>(rng.next() >> rng.below(word_bits<W>)) | 2;
+                    inverse_sqrt<W>(memory.params, root.value, x, p, {scratch, scratch.size()}, nullptr);
+                    distance.set(root.value.T, root.value.L, root.value.exp);
+                    distance.multiply(root.value.T, root.value.L, root.value.exp);
+                    distance.multiply(&x, 1, 0);
+                    EXPECT_TRUE(distance.template close_to_one<W>(this->accuracy_bits(p) - 1)) << "root, p " << p;
+                }
+            }
         }
     }
 }
