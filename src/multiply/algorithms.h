@@ -11,8 +11,8 @@ namespace kvt::multiply {
 template <class W>
 inline constexpr BasecaseAlgorithm<W> basecase_algorithm;
 
-inline constexpr EngineRung fft_rung{&fft_engine, 1'572'864, 1340, 82, 540, 125, nullptr, 6'400, 19'456, 106};
-inline constexpr EngineRung ntt32_rung{&ntt32_engine, u64{3} << 30, 0, 800, 400, 152, &fft_rung, 0, 0, 115};
+inline constexpr EngineRung fft_rung{&fft_engine, 1'572'864, 1340, 82, 540, 125, nullptr, 6'400, 19'456, 106, 103};
+inline constexpr EngineRung ntt32_rung{&ntt32_engine, u64{3} << 30, 0, 800, 400, 152, &fft_rung, 0, 0, 115, 115};
 inline constexpr EngineRung ntt64_rung{&ntt64_engine, u64{7} << 59, 0, 1600, 100, 100, &ntt32_rung};
 
 template <class W>

@@ -55,11 +55,12 @@ u64 shortest_fold_bits() noexcept {
 }
 
 TransformCost transform_cost(const EngineRung& rung, const TransformPlan& plan) noexcept {
-    const u64 odd = std::has_single_bit(plan.points) ? 100 : rung.odd_percent;
+    const VectorLevel level = kernels::active_levels().vector;
+    const u64 longer = level >= VectorLevel::avx512 ? rung.odd_percent : rung.avx2_odd_percent;
+    const u64 odd = std::has_single_bit(plan.points) ? 100 : longer;
     const u64 per_unit =
         (rung.base_cost + rung.level_cost * static_cast<u64>(std::bit_width(plan.points))) * odd / 100;
-    const u64 product = saturating_product(plan.operand_bytes / 8, per_unit) / 100 *
-                        percent_at(rung, kernels::active_levels().vector);
+    const u64 product = saturating_product(plan.operand_bytes / 8, per_unit) / 100 * percent_at(rung, level);
     const u64 whole = product + fixed_transform_cost;
     return {whole, whole / 100 * 72, whole / 100 * 82, whole / 100 * 27};
 }

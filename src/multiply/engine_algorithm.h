@@ -18,7 +18,8 @@ struct EngineRung {
     u64 scalar_percent, avx2_percent;           // of that cost, at the lower levels
     const EngineRung* shorter;                  // the next lower rung, or null
     u64 direct_bits = 0, ifma_direct_bits = 0;  // up to so many a direct product wins: on every machine, with IFMA
-    u64 odd_percent = 100;                      // of that cost, where the points are not a power of two
+    // Of that cost, where the points are not a power of two: with AVX-512, and at the lower levels.
+    u64 odd_percent = 100, avx2_odd_percent = 100;
 };
 
 template <class W>

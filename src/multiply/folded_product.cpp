@@ -70,7 +70,7 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
     FoldPlan best;
     const auto consider = [&](const FoldPlan& fold) {
         // Estimates err by some percent.
-        if (fold.rung == nullptr || fold.cost >= least / 100 * 95) return;
+        if (fold.rung == nullptr || fold.cost >= least / 100 * 97) return;
         if (best.rung == nullptr || fold.cost < best.cost) best = fold;
     };
     const EngineRung* shorter = rung.shorter;
