@@ -68,9 +68,10 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
     if (whole.wrap_sign == 0 || bits < shortest_fold_bits()) return {};
     const Request<W> request{LA, LB, square, scratch_bytes, tasks};
     FoldPlan best;
+    // Estimates err by some percent, those of the number-theoretic transforms by more.
+    const u64 worth = least / 100 * (whole.wrap_sign == -1 ? 97 : 94);
     const auto consider = [&](const FoldPlan& fold) {
-        // Estimates err by some percent.
-        if (fold.rung == nullptr || fold.cost >= least / 100 * 97) return;
+        if (fold.rung == nullptr || fold.cost >= worth) return;
         if (best.rung == nullptr || fold.cost < best.cost) best = fold;
     };
     const EngineRung* shorter = rung.shorter;
