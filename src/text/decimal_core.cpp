@@ -210,6 +210,7 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
         std::fill_n(digit_words, n, W{0});
     } else {
         const ProgressSink* sink = current_progress_sink();
+        memory = aligned_memory<W>(memory);
         u8* const work = memory + plan.powers_bytes();
         {
             const PhaseTimer timer(timed(times->squaring));

@@ -10,11 +10,21 @@
 //   Reading: the block is upper * r^s + lower. The power is shifted up beforehand by the twos that are no whole word.
 
 #include <algorithm>
+#include <cstdint>
 
 #include "frame/parameters.h"
 #include "multiply/engine.h"
 
 namespace kvt::text {
+
+// Scratch memory starts at a word; what is 64-bit in both word widths (direct products' operands, short conversions)
+// starts at a multiple of eight bytes in it.
+template <class W>
+inline constexpr u64 alignment_slack = alignof(u64) - alignof(W);
+template <class W>
+u8* aligned_memory(void* memory) noexcept {
+    return static_cast<u8*>(memory) + (reinterpret_cast<std::uintptr_t>(memory) & alignment_slack<W>);
+}
 
 enum class Direction { write, read };
 
@@ -71,7 +81,7 @@ struct RadixPlan {
     // recursion needs.
     u64 powers_bytes() const noexcept;
     u64 recursion_bytes() const noexcept;
-    u64 scratch_bytes() const noexcept { return powers_bytes() + recursion_bytes(); }
+    u64 scratch_bytes() const noexcept { return alignment_slack<W> + powers_bytes() + recursion_bytes(); }
 
     // Scratch of one block of m digit words at a recursion depth; of one product at a level.
     u64 block_bytes(u64 m, u64 block_tasks, u64 depth) const noexcept;
