@@ -131,7 +131,7 @@ TYPED_TEST(InverseOperations, MeetTheirBoundsAtEveryLevel) {
     for (const kernels::Levels levels : test::all_levels()) {
         const test::LevelScope scope(levels);
         test::Rng rng(6);
-        for (u64 middle : {10 / per_word, u64{21}, u64{24}, u64{36}, u64{42}, u64{64}, u64{87}, u64{222}}) {
+        for (u64 middle : {10 / per_word, u64{21}, u64{24}, u64{36}, u64{42}, u64{64}, u64{87}, u64{222}, u64{592}}) {
             for (u64 p = middle * per_word - 2; p <= middle * per_word + 1; ++p) {
                 const Sizes sizes = division_sizes<W>(p, 1);
                 TestParameters memory(sizes.transform_bytes, (p + 9) * word_bits<W>);
