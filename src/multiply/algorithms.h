@@ -11,9 +11,36 @@ namespace kvt::multiply {
 template <class W>
 inline constexpr BasecaseAlgorithm<W> basecase_algorithm;
 
-inline constexpr EngineRung fft_rung{&fft_engine, 1'572'864, 1340, 82, 540, 125, nullptr, 6'400, 19'456, 106, 103};
-inline constexpr EngineRung ntt32_rung{&ntt32_engine, u64{3} << 30, 0, 800, 400, 152, &fft_rung, 0, 0, 115, 115};
-inline constexpr EngineRung ntt64_rung{&ntt64_engine, u64{7} << 59, 0, 1600, 100, 100, &ntt32_rung};
+inline constexpr EngineRung fft_rung{.location = "FFT::multiply()",
+                                     .source = &fft_engine,
+                                     .block_bits = 1'572'864,
+                                     .base_cost = 1340,
+                                     .level_cost = 82,
+                                     .scalar_percent = 540,
+                                     .avx2_percent = 125,
+                                     .shorter = nullptr,
+                                     .direct_bits = 6'400,
+                                     .ifma_direct_bits = 19'456,
+                                     .odd_percent = 106,
+                                     .avx2_odd_percent = 103};
+inline constexpr EngineRung ntt32_rung{.location = "NTT32::multiply()",
+                                       .source = &ntt32_engine,
+                                       .block_bits = u64{3} << 30,
+                                       .base_cost = 0,
+                                       .level_cost = 800,
+                                       .scalar_percent = 400,
+                                       .avx2_percent = 152,
+                                       .shorter = &fft_rung,
+                                       .odd_percent = 115,
+                                       .avx2_odd_percent = 115};
+inline constexpr EngineRung ntt64_rung{.location = "NTT64::multiply()",
+                                       .source = &ntt64_engine,
+                                       .block_bits = u64{7} << 59,
+                                       .base_cost = 0,
+                                       .level_cost = 1600,
+                                       .scalar_percent = 100,
+                                       .avx2_percent = 100,
+                                       .shorter = &ntt32_rung};
 
 template <class W>
 inline constexpr EngineAlgorithm<W> fft_algorithm{"FFT", "Floating-Point FFT", u64{1} << 34, fft_rung};

@@ -83,19 +83,17 @@ u64 direct_cost_of(const EngineRung& rung, const Job<W>& job, u64 scratch_bytes)
 }
 
 template <class W>
-void run(const EngineRung& rung, const BasicParameters& params, const char* location, const Job<W>& job,
-         bool warns = true);
+void run(const EngineRung& rung, const BasicParameters& params, const Job<W>& job, bool warns = true);
 
 // The lowest d words of a product, of whose factors the first has as many, to C[n..n+d). More than half of the transform's
 // n words are put together of halves, A = A0 + A1 W^h: those of A0 B0, and above them of A0 B1 + A1 B0. C[0..n) is lost.
 template <class W>
-void form_low_words(const FoldPlan& fold, const BasicParameters& params, const char* location, const Job<W>& job,
-                    W* C, u64 n, u64 d) {
+void form_low_words(const FoldPlan& fold, const BasicParameters& params, const Job<W>& job, W* C, u64 n, u64 d) {
     const auto form = [&](const W* A, const W* B, u64 words, W* out, u64 count) {
         if (A == B)
-            run<W>(*fold.low_rung, params, location, {A, words, out, 0, count}, false);
+            run<W>(*fold.low_rung, params, {A, words, out, 0, count}, false);
         else
-            run<W>(*fold.low_rung, params, location, {A, words, B, words, out, 0, count}, false);
+            run<W>(*fold.low_rung, params, {A, words, B, words, out, 0, count}, false);
     };
     const u64 h = fold.low_half, rest = d - h;
     const W* B = job.B == nullptr ? job.A : job.B;
@@ -110,13 +108,13 @@ void form_low_words(const FoldPlan& fold, const BasicParameters& params, const c
 
 // The product by FoldPlan, in place.C, which overlaps no operand.
 template <class W>
-void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, const char* location, const Job<W>& job,
-                     W* C, u8* memory, u64 scratch_bytes, u64 tasks) {
+void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, const Job<W>& job, W* C, u8* memory,
+                     u64 scratch_bytes, u64 tasks) {
     const TransformEngine& engine = fold.rung->source();
     const u64 n = fold.transform.wrap_bits / word_bits<W>, d = job.length() - n;
 
     const BasicParameters params{&table, memory, scratch_bytes, tasks};
-    form_low_words(fold, params, location, job, C, n, d);
+    form_low_words(fold, params, job, C, n, d);
     const W low = C[n];
 
     u8* work = memory + fold.transform.operand_bytes;
@@ -132,7 +130,7 @@ void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, cons
     const u64 b_residue = job.B == nullptr ? a_residue.value : kernels::residue_of(b.bytes, b.n);
     const Operand product = operand_of(C, n + d);
     if (kernels::residue_of(product.bytes, product.n) != kernels::residue_mul(a_residue.value, b_residue))
-        raise_redundancy_failure(location, "The product fails its check modulo 2^61 - 1.\n");
+        raise_redundancy_failure(fold.rung->location, "The product fails its check modulo 2^61 - 1.\n");
 }
 
 template <class W>
@@ -147,8 +145,7 @@ void multiply_directly(const Job<W>& job, W* C, u8* memory) {
 // is left to the caller.
 template <class W>
 bool choose_and_multiply(const EngineRung& rung, const TransformPlan& whole, const GlobalTwiddleTable& table,
-                         const char* location, const Job<W>& job, u64 direct, const Place<W>& place, u8* memory,
-                         u64 tasks) {
+                         const Job<W>& job, u64 direct, const Place<W>& place, u8* memory, u64 tasks) {
     const TransformCost transform = transform_cost(rung, whole);
     const u64 transformed = job.B == nullptr ? transform.square : transform.product;
     u64 least = std::min(direct, transformed);
@@ -163,7 +160,7 @@ bool choose_and_multiply(const EngineRung& rung, const TransformPlan& whole, con
     if (blocks.engine != nullptr)
         multiply_blocks(blocks, table, place.C, job.A, job.LA, job.B, job.LB, memory, tasks);
     else if (fold.rung != nullptr)
-        multiply_folded(fold, table, location, job, place.C, memory, place.scratch_bytes, tasks);
+        multiply_folded(fold, table, job, place.C, memory, place.scratch_bytes, tasks);
     else if (direct <= least)
         multiply_directly(job, place.C, memory);
     else
@@ -174,13 +171,13 @@ bool choose_and_multiply(const EngineRung& rung, const TransformPlan& whole, con
 // Forms the product directly, folded or in blocks if that is cheaper than one transform; false: it is not.
 template <class W>
 bool run_without_whole_transform(const EngineRung& rung, const TransformPlan& whole, const GlobalTwiddleTable& table,
-                                 const char* location, const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
+                                 const Job<W>& job, u8* memory, u64 scratch_bytes, u64 tasks) {
     const Place<W> place = place_of(job, memory, scratch_bytes);
     if (place.C == nullptr) return false;
     const u64 direct = direct_cost_of(rung, job, place.scratch_bytes);
     if (direct == 0)
         multiply_directly(job, place.C, memory);
-    else if (!choose_and_multiply(rung, whole, table, location, job, direct, place, memory, tasks))
+    else if (!choose_and_multiply(rung, whole, table, job, direct, place, memory, tasks))
         return false;
     if (place.C != job.C) std::memcpy(job.C, place.C + job.first, job.count * sizeof(W));
     return true;
@@ -192,24 +189,23 @@ struct Checked {
     u64 tasks, scratch_bytes;
     const GlobalTwiddleTable& table;
 
-    Checked(const EngineRung& rung, const BasicParameters& params, const char* location, u64 bits, bool warns)
+    Checked(const EngineRung& rung, const BasicParameters& params, u64 bits, bool warns)
         : plan(rung.source().plan(bits)),
           tasks(useful_tasks(params.tasks, bits)),
           scratch_bytes(one_shot_scratch_bytes(rung, plan, tasks)),
-          table(require_table(params, plan, location)) {
+          table(require_table(params, plan, rung.location)) {
         if (params.memory_bytes < scratch_bytes)
-            raise_scratch_too_small(location, params.memory_bytes, scratch_bytes);
+            raise_scratch_too_small(rung.location, params.memory_bytes, scratch_bytes);
         if (warns) warn_if_misaligned(params);
     }
 };
 
 template <class W>
-void run(const EngineRung& rung, const BasicParameters& params, const char* location, const Job<W>& job, bool warns) {
+void run(const EngineRung& rung, const BasicParameters& params, const Job<W>& job, bool warns) {
     const TransformEngine& engine = rung.source();
-    const auto& [plan, tasks, scratch_bytes, table] =
-        Checked(rung, params, location, job.length() * word_bits<W>, warns);
+    const auto& [plan, tasks, scratch_bytes, table] = Checked(rung, params, job.length() * word_bits<W>, warns);
     u8* memory = static_cast<u8*>(params.memory);
-    if (run_without_whole_transform(rung, plan, table, location, job, memory, scratch_bytes, tasks)) return;
+    if (run_without_whole_transform(rung, plan, table, job, memory, scratch_bytes, tasks)) return;
     u8* work = memory + plan.operand_bytes;
     const Residue residue = engine.forward(plan, table, operand_of(job.A, job.LA), memory, work, tasks);
     engine.product(plan, table, memory, residue, operand_of(job.B, job.B == nullptr ? 0 : job.LB),
@@ -231,29 +227,29 @@ void EngineAlgorithm<W>::size_record(MulSizeRecord& record, u64 L, u64 tasks) co
 
 template <class W>
 void EngineAlgorithm<W>::square(const BasicParameters& params, W* C, const W* A, u64 L) const {
-    run<W>(rung_, params, this->short_name, {A, L, C, 0, 2 * L});
+    run<W>(rung_, params, {A, L, C, 0, 2 * L});
 }
 
 template <class W>
 void EngineAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W* A, u64 LA, const W* B, u64 LB) const {
     // One or two rows cost no more than the choice of a way.
     if (std::min(LA, LB) <= 2 && disjoint(C, LA + LB, A, LA) && disjoint(C, LA + LB, B, LB)) {
-        Checked(rung_, params, this->short_name, (LA + LB) * word_bits<W>, true);
+        Checked(rung_, params, (LA + LB) * word_bits<W>, true);
         return kernels::mulB(C, A, LA, B, LB);
     }
-    run<W>(rung_, params, this->short_name, {A, LA, B, LB, C, 0, LA + LB});
+    run<W>(rung_, params, {A, LA, B, LB, C, 0, LA + LB});
 }
 
 template <class W>
 void EngineAlgorithm<W>::square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                         u64 L) const {
-    run<W>(rung_, params, this->short_name, {A, L, C, first, count});
+    run<W>(rung_, params, {A, L, C, first, count});
 }
 
 template <class W>
 void EngineAlgorithm<W>::multiply_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                           u64 LA, const W* B, u64 LB) const {
-    run<W>(rung_, params, this->short_name, {A, LA, B, LB, C, first, count});
+    run<W>(rung_, params, {A, LA, B, LB, C, first, count});
 }
 
 template class EngineAlgorithm<u32>;

@@ -1,7 +1,7 @@
 #pragma once
 // A multiplication algorithm over a transform engine. Before the first write it checks the table, then the scratch;
-// then it picks the cheapest of three ways that give the same words: a direct product, blocks of the longer operand
-// against one transform of the shorter one, or one transform of the whole product.
+// then it picks the cheapest of the ways that give the same words: a direct product, blocks of the longer operand against
+// one transform of the shorter one, a product folded over a transform that is a little too short, or one transform.
 
 #include "multiply/algorithm.h"
 #include "multiply/engine.h"
@@ -12,6 +12,7 @@ using EngineSource = const TransformEngine& (*)() noexcept;
 
 // One rung of the transforms, ordered by reach.
 struct EngineRung {
+    const char* location;  // that its errors name
     EngineSource source;
     u64 block_bits;             // blocks of up to this many bits are best formed by it
     u64 base_cost, level_cost;  // of a product, in picoseconds for 8 bytes of operand: base + level * log2(points)

@@ -23,8 +23,8 @@ const TransformEngine& long_engine() noexcept {
     static const SlowEngine engine(1, 2048);
     return engine;
 }
-constexpr EngineRung short_rung{&short_engine, 64 * 100, 20000, 2000, 100, 100, nullptr};
-constexpr EngineRung long_rung{&long_engine, 64 * 100'000, 40000, 4000, 100, 100, &short_rung};
+constexpr EngineRung short_rung{"", &short_engine, 64 * 100, 20000, 2000, 100, 100, nullptr};
+constexpr EngineRung long_rung{"", &long_engine, 64 * 100'000, 40000, 4000, 100, 100, &short_rung};
 template <class W>
 constexpr EngineAlgorithm<W> algorithm{"slow", "Slow", 1 << 30, long_rung};
 

@@ -32,10 +32,10 @@ const TransformEngine& faulty_engine() noexcept {
     static const FalsifyingEngine engine(short_engine(), FalsifyingEngine::Stage::transformed, 8 * 16 + 200);
     return engine;
 }
-constexpr EngineRung short_rung{&short_engine, 64 * longest_short_words, 10000, 0, 100, 100, nullptr};
-constexpr EngineRung long_rung{&long_engine, 64 * 100'000, 20000, 0, 100, 100, &short_rung};
-constexpr EngineRung far_rung{&far_engine, 64 * 100'000, 20000, 0, 100, 100, &short_rung};
-constexpr EngineRung faulty_rung{&faulty_engine, 64 * longest_short_words, 10000, 0, 100, 100, nullptr};
+constexpr EngineRung short_rung{"", &short_engine, 64 * longest_short_words, 10000, 0, 100, 100, nullptr};
+constexpr EngineRung long_rung{"", &long_engine, 64 * 100'000, 20000, 0, 100, 100, &short_rung};
+constexpr EngineRung far_rung{"", &far_engine, 64 * 100'000, 20000, 0, 100, 100, &short_rung};
+constexpr EngineRung faulty_rung{"", &faulty_engine, 64 * longest_short_words, 10000, 0, 100, 100, nullptr};
 
 const GlobalTwiddleTable covering{1 << 30, {}, {}, nullptr};
 
