@@ -22,9 +22,13 @@ TITLES = {
 # Why a peer is faster there.
 REASONS = [
     ("mul sqr", "Scalar kernels: between Karatsuba's method and the transform GMP has Toom-Cook's."),
-    ("rcp div invsqrt", "Short reciprocals, quotients and roots: ours are Newton's iteration with its checks from the "
-     "first word on, and sized for any precision; GMP and MPFR divide by the schoolbook method there."),
-    ("pow", "Short powers: every squaring of ours is one of number records, GMP's one of bare words."),
+    ("rcp div", "Short reciprocals and quotients: by the schoolbook method, as the peers'; ours form a word more for "
+     "the accuracy that is promised, check quotient, divisor and remainder against the dividend, and look at table and "
+     "scratch. At 100 words and with AVX2 Newton's steps go through transforms there."),
+    ("invsqrt", "Short roots: ours check each step by its residual."),
+    ("pow", "Short powers: what a call costs beside one or two squarings."),
+    ("add_nr int_add mul_nr", "Short sums: the choice of the kernel by a table, the entry into a loop of eight words, and "
+     "the record of a number."),
 ]
 
 

@@ -1,5 +1,6 @@
 // Balanced products and squares of n 64-bit words through the floating-point transform, against GMP on the same
-// operands; both sides alternate in short rounds, and the fastest round of each side counts. usage: kvnum_bench_fft [phases] [rounds] [n ...]
+// operands; both sides alternate in short rounds, and the fastest round of each side counts. usage: kvnum_bench_fft
+// [phases] [rounds] [n ...]
 
 #include <gmp.h>
 

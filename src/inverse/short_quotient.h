@@ -19,9 +19,9 @@ u64 division_quotient_limit() noexcept {
     return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 36 : 64) * (8 / sizeof(W));
 }
 
-// out = |a| / |b| to p words, which fit in longest_short_quotient_words - 1, in at most p + 2. Both normalised and not zero; signs and buffers
-// are not looked at. |out * b / a - 1| < 3 * B^-(p+1); an inexact quotient is rounded up. The answer is 0 unless
-// quotient, remainder and operands do not belong together.
+// out = |a| / |b| to p words, which fit in longest_short_quotient_words - 1, in at most p + 2. Both normalised and
+// not zero; signs and buffers are not looked at. |out * b / a - 1| < 3 * B^-(p+1); an inexact quotient is rounded up.
+// The answer is 0 unless quotient, remainder and operands do not belong together.
 template <class W>
 u64 short_quotient(SmallFloat<W>& out, const objects::BigFloat<W>& a, const objects::BigFloat<W>& b, u64 p) noexcept;
 

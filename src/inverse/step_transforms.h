@@ -124,7 +124,8 @@ class StepTransforms {
         const u64 expected =
             kernels::multiply_residues(kernels::residue64(words_.T, words_.L), kernels::residue64(b.T, b.L));
         if (kernels::residue_difference(kernels::residue64(product, words_.L + b.L), expected) != 0)
-            raise_redundancy_failure("direct product", "The product does not match its factors modulo 2^64 - 1.\n");
+            raise_redundancy_failure("DirectProduct::multiply()",
+                                     "The product does not match its factors modulo 2^64 - 1.\n");
     }
 
     u64* plain_ = nullptr;  // plain products, in the scratch memory; null where transforms are in use

@@ -87,8 +87,8 @@ class TransformEngine {
     virtual void product(const TransformPlan& plan, const GlobalTwiddleTable& table, void* a, Residue a_residue,
                          Operand b, Window out, bool check, void* work, u64 tasks) const = 0;
 
-    // The same, but a is kept; b is transformed in operand, or the square formed there. Scratch as of forward(). For squares
-    // both areas must lie as far from a 64-byte boundary.
+    // The same, but a is kept; b is transformed in operand, or the square formed there. Scratch as of forward(). For
+    // squares both areas must lie as far from a 64-byte boundary.
     virtual void product_keeping(const TransformPlan& plan, const GlobalTwiddleTable& table, const void* a,
                                  Residue a_residue, Operand b, void* operand, Window out, bool check, void* work,
                                  u64 tasks) const;

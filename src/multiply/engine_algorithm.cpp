@@ -85,8 +85,9 @@ u64 direct_cost_of(const EngineRung& rung, const Job<W>& job, u64 scratch_bytes)
 template <class W>
 void run(const EngineRung& rung, const BasicParameters& params, const Job<W>& job, bool warns = true);
 
-// The lowest d words of a product, of whose factors the first has as many, to C[n..n+d). More than half of the transform's
-// n words are put together of halves, A = A0 + A1 W^h: those of A0 B0, and above them of A0 B1 + A1 B0. C[0..n) is lost.
+// The lowest d words of a product, of whose factors the first has as many, to C[n..n+d). More than half of the
+// transform's n words are put together of halves, A = A0 + A1 W^h: those of A0 B0, and above them of A0 B1 + A1 B0.
+// C[0..n) is lost.
 template <class W>
 void form_low_words(const FoldPlan& fold, const BasicParameters& params, const Job<W>& job, W* C, u64 n, u64 d) {
     const auto form = [&](const W* A, const W* B, u64 words, W* out, u64 count) {

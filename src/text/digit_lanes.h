@@ -18,8 +18,8 @@ struct DigitLane {
 };
 
 struct DigitLaneKernel {
-    // Word i of lane l to words[8 i + l], as many words for each as the longest one needs. No character but the lanes' own
-    // is read. Lanes have at most most_lane_digits.
+    // Word i of lane l to words[8 i + l], as many words for each as the longest one needs. No character but the
+    // lanes' own is read. Lanes have at most most_lane_digits.
     void (*read)(const DigitLane* lanes, std::uint64_t* words) noexcept;
 };
 extern const DigitLaneKernel digit_lanes_avx512ifma;

@@ -1,4 +1,5 @@
-// Reading decimal integers over the lengths where its ways change: rows, lanes, direct products, transforms, folded ones.
+// Reading decimal integers over the lengths where its ways change: rows, lanes, direct products, transforms, folded
+// ones.
 
 #include <gtest/gtest.h>
 

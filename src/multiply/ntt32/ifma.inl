@@ -145,8 +145,8 @@ Levels build_levels(const Prime& prime, const Splitting& s, unsigned count, bool
 AI Factor level_factor(const Levels& t, u64 at) { return {set64(t.w[at]), set64(t.w1[at])}; }
 
 // ---- butterflies of 2^log words a node ----
-// x[0 .. 2^log) are the parts of node q of a level. Splitting: with 5p added to the upper half of the inputs, four levels
-// lower a value by less than 4p + 2^25, so factors are positive; a pass raises it by less than 10p.
+// x[0 .. 2^log) are the parts of node q of a level. Splitting: with 5p added to the upper half of the inputs, four
+// levels lower a value by less than 4p + 2^25, so factors are positive; a pass raises it by less than 10p.
 // half_empty: the upper half is zero and is not read. `sets` nodes' worth at a time, to fill the latencies: of the same
 // node, or of consecutive nodes.
 template <unsigned log, unsigned sets, bool same_node, bool half_empty = false>

@@ -187,8 +187,8 @@ struct Group {
         top_levels(prime, shape, inverse, memory, t);
     }
 };
-// The rows of a branch at a group of columns. Where they are not read before, and more than caches hold, they are written
-// around them.
+// The rows of a branch at a group of columns. Where they are not read before, and more than caches hold, they are
+// written around them.
 Columns columns_at(const Shape& shape, u32* rows, u64 column, unsigned branch, bool inverse) {
     constexpr u64 stream_words = u64{1} << 22;
     return {rows + (u64{branch} << shape.depth()) * shape.pitch + column, shape.pitch, shape.column_log,

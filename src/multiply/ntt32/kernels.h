@@ -79,8 +79,8 @@ struct KernelTable {
     // a = a * b, both transformed; b may be a.
     void (*block_multiply)(const Prime& prime, const Shape& shape, std::uint32_t* a, const std::uint32_t* b,
                            std::uint64_t row, void* scratch) noexcept;
-    // out = transform back (a * transform of b, or of words as above); a is transformed, b is not and is destroyed. out is
-    // a or b, or with words anything. Squares a if both are null; out is a or anything then.
+    // out = transform back (a * transform of b, or of words as above); a is transformed, b is not and is destroyed.
+    // out is a or b, or with words anything. Squares a if both are null; out is a or anything then.
     void (*block_product)(const Prime& prime, const Shape& shape, Words words, const std::uint32_t* a,
                           std::uint32_t* b, std::uint32_t* out, std::uint64_t row, void* scratch) noexcept;
 

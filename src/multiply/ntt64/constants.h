@@ -1,6 +1,6 @@
 #pragma once
-// What the kernels are given for a prime, a radix, or the joining of a set's residues; computed for every transform, from
-// the roots of the table and from compiled inverses.
+// What the kernels are given for a prime, a radix, or the joining of a set's residues; computed for every transform,
+// from the roots of the table and from compiled inverses.
 
 #include "multiply/ntt64/kernel_table.h"
 #include "multiply/ntt64/ntt64_roots.h"

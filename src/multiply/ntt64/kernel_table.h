@@ -93,9 +93,9 @@ struct Kernels {
     void (*multiply)(Point* a, const Point* b, std::size_t pairs, const Twiddle* twiddles, const Modulus& m) noexcept;
     void (*square)(Point* a, std::size_t pairs, const Twiddle* twiddles, const Modulus& m) noexcept;
 
-    // Joins n coefficients (a multiple of 8 when narrow) whose residues lie `stride` points apart, and carries. The words
-    // replace residues: of the first prime when wide; when narrow each 8 points give 8 words to the first prime's
-    // place and then 8 to the second's. carry[3] goes in and out.
+    // Joins n coefficients (a multiple of 8 when narrow) whose residues lie `stride` points apart, and carries. The
+    // words replace residues: of the first prime when wide; when narrow each 8 points give 8 words to the first
+    // prime's place and then 8 to the second's. carry[3] goes in and out.
     void (*join)(Point* x, std::size_t stride, std::size_t n, const JoinConstants& constants,
                  std::uint64_t* carry) noexcept;
 };

@@ -23,8 +23,8 @@ class Transform {
     void inverse(unsigned i, Point* x) noexcept;                       // back, up to a scale
     void product(unsigned i, Point* x, Operand b, Point* y) noexcept;  // x * transform of b, and back; y is work
 
-    // Joins the arrays, one after the other at x, that inverse() or product() left: x then holds the words of the product
-    // modulo 2^bits - 1 in some order of its own.
+    // Joins the arrays, one after the other at x, that inverse() or product() left: x then holds the words of the
+    // product modulo 2^bits - 1 in some order of its own.
     void join(Point* x) const noexcept;
     // The joined words first .. first + count, in pieces: store(index of the piece's first word, bytes, words).
     template <class Store>
