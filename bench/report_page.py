@@ -129,6 +129,9 @@ class Page:
             f"two by the wall clock. FLINT's products are those of its own transform, from 128 words on. \"{rows.best}\" are the kernels that this machine runs; for the other instruction "
             "sets the library is capped at them. Made by `bench/report`; the rows are in [benchmarks](benchmarks/).\n\n"
             + table(["Machine", ""], [[name, value] for name, value in rows.machine.items()]))
+        note = self.folder / "note.md"  # what is to be known of the run, by hand
+        if note.exists():
+            self.out.append(note.read_text() + "\n")
         self.at_a_glance()
         self.slower()
         self.plots()
