@@ -90,17 +90,19 @@ SmallFloat<W> multiply(const SmallFloat<W>& a, const SmallFloat<W>& b, u64 p) no
     const u64 drop_a = a.n - std::min(a.n, p + 2), drop_b = b.n - std::min(b.n, p + 2);
     const W *const A = a.w + drop_a, *const B = b.w + drop_b;
     const u64 LA = a.n - drop_a, LB = b.n - drop_b;
-    constexpr u64 longer_words =
-        10 * (8 / sizeof(W));  // from here on other methods are faster, where they need no scratch
+    // From here on other methods are faster, where they need no scratch.
+    constexpr u64 longer_words = 10 * (8 / sizeof(W));
     const bool schoolbook = std::min(LA, LB) < longer_words;
-    if (&a == &b && (schoolbook || kernels::direct_square_scratch_bytes<W>(LA) != 0))
-        kernels::sqrB(out.w, A, LA);
-    else if (&a == &b)
-        kernels::direct_square(out.w, A, LA, nullptr);
-    else if (schoolbook || kernels::direct_multiply_scratch_bytes<W>(LA, LB) != 0)
+    if (&a == &b) {
+        if (schoolbook)
+            kernels::sqrB(out.w, A, LA);
+        else
+            kernels::direct_square_within(out.w, A, LA, nullptr, 0);
+    } else if (schoolbook) {
         kernels::mulB(out.w, A, LA, B, LB);
-    else
-        kernels::direct_multiply(out.w, A, LA, B, LB, nullptr);
+    } else {
+        kernels::direct_multiply_within(out.w, A, LA, B, LB, nullptr, 0);
+    }
     out.n = LA + LB;
     out.exp = a.exp + b.exp + static_cast<i64>(drop_a + drop_b);
     out.trim_top();

@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "frame/exceptions.h"
+#include "inverse/newton.h"
 #include "kernels/direct.h"
 #include "kernels/residue64.h"
-#include "kernels/schoolbook.h"
 #include "objects/big_float_parts.h"
 #include "objects/inverse_product.h"
 #include "objects/words.h"
@@ -60,7 +60,7 @@ class StepTransforms {
     // kept * b, which fits and is the last product of a step, is formed in one go, and checked.
     void multiply_last(const BigFloat& b, W* out, i64 first, u64 count) {
         if (plain_ != nullptr) {
-            const W* product = plain_product(b);
+            W* const product = plain_product(b);
             check(b);
             return copy_window(product, b, out, first, count);
         }
@@ -85,38 +85,24 @@ class StepTransforms {
     void multiply(objects::TransformedFloat<W>& operand, W* out, i64 first, u64 count) {
         BigFloat product{out, 0, 0, true, out, count};
         objects::set_inverse_fmul(product, *helper_, operand, kept_, first, first + static_cast<i64>(count));
-        // Words to their positions: zeros below the product's lowest word and above its top one.
-        const u64 below = product.L == 0 ? 0 : static_cast<u64>(product.exp - first);
-        objects::copy_words(out + below, product.T, product.L);
-        objects::zero_words(out, below);
-        objects::zero_words(out + below + product.L, count - below - product.L);
+        place(product, out, first, count);
     }
 
     W* plain_product(const BigFloat& b) {
         W* const product = reinterpret_cast<W*>(plain_);
         const u64 n = words_.L + b.L;
         const u64 left = plain_bytes_ - n * sizeof(W);
-        if (b.T == words_.T) {
-            if (kernels::direct_square_scratch_bytes<W>(b.L) <= left)
-                kernels::direct_square(product, b.T, b.L, product + n);
-            else
-                kernels::sqrB(product, b.T, b.L);
-        } else if (kernels::direct_multiply_scratch_bytes<W>(words_.L, b.L) <= left) {
-            kernels::direct_multiply(product, words_.T, words_.L, b.T, b.L, product + n);
-        } else {
-            kernels::mulB(product, words_.T, words_.L, b.T, b.L);
-        }
+        if (b.T == words_.T)
+            kernels::direct_square_within(product, b.T, b.L, product + n, left);
+        else
+            kernels::direct_multiply_within(product, words_.T, words_.L, b.T, b.L, product + n, left);
         return product;
     }
 
-    void copy_window(const W* product, const BigFloat& b, W* out, i64 first, u64 count) const noexcept {
-        const i64 index = first - (words_.exp + b.exp);
-        const u64 below = index < 0 ? std::min(static_cast<u64>(-index), count) : 0;
-        const u64 start = static_cast<u64>(std::max<i64>(index, 0)), n = words_.L + b.L;
-        const u64 present = start < n ? std::min(count - below, n - start) : 0;
-        objects::zero_words(out, below);
-        objects::copy_words(out + below, product + start, present);
-        objects::zero_words(out + below + present, count - below - present);
+    void copy_window(W* product, const BigFloat& b, W* out, i64 first, u64 count) const noexcept {
+        const i64 exp = words_.exp + b.exp, end = first + static_cast<i64>(count);
+        const u64 n = exp < end ? std::min(words_.L + b.L, static_cast<u64>(end - exp)) : 0;
+        place(view(product, n, exp), out, first, count);
     }
 
     void check(const BigFloat& b) const {

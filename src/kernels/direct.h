@@ -3,6 +3,7 @@
 // lengths and the active levels. The words are the same whichever it is.
 
 #include "frame/types.h"
+#include "kernels/schoolbook.h"
 
 namespace kvt::kernels {
 
@@ -19,5 +20,21 @@ template <class W>
 void direct_multiply(W* C, const W* A, u64 LA, const W* B, u64 LB, void* scratch) noexcept;
 template <class W>
 void direct_square(W* C, const W* A, u64 L, void* scratch) noexcept;
+
+// The same where `bytes` of scratch suffice, else by the schoolbook method.
+template <class W>
+void direct_multiply_within(W* C, const W* A, u64 LA, const W* B, u64 LB, void* scratch, u64 bytes) noexcept {
+    if (direct_multiply_scratch_bytes<W>(LA, LB) <= bytes)
+        direct_multiply(C, A, LA, B, LB, scratch);
+    else
+        mulB(C, A, LA, B, LB);
+}
+template <class W>
+void direct_square_within(W* C, const W* A, u64 L, void* scratch, u64 bytes) noexcept {
+    if (direct_square_scratch_bytes<W>(L) <= bytes)
+        direct_square(C, A, L, scratch);
+    else
+        sqrB(C, A, L);
+}
 
 }  // namespace kvt::kernels

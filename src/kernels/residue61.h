@@ -36,4 +36,10 @@ constexpr u64 residue_shift(u64 a, i64 bits) noexcept {
 // Value modulo M of the n 32-bit words at bytes (little-endian, any alignment).
 u64 residue_of(const void* bytes, u64 n) noexcept;
 
+// The same of n words of either width.
+template <class W>
+u64 residue_of_words(const W* words, u64 n) noexcept {
+    return residue_of(words, n * (sizeof(W) / 4));
+}
+
 }  // namespace kvt::kernels

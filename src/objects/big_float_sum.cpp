@@ -139,11 +139,8 @@ void set_add(BigFloat<W>& out, const BigFloat<W>& A, const BigFloat<W>& B, u64 p
         // Numbers that cover the same positions, without the general case's search for a window.
         const i64 exp = A.exp;
         const bool sign = A.sign;
-        W* const C = out.buffer;
-        const u32 top = kernels::add_nr(C, A.T, B.T, L, 0);
-        C[L] = top;
-        out.T = C;
-        out.L = L + top;
+        out.L = add_words(out.buffer, A.T, B.T, L);
+        out.T = out.buffer;
         out.exp = exp;
         out.sign = sign;
         return;

@@ -75,13 +75,7 @@ void set_add(BigInt<W>& out, const BigInt<W>& A, const BigInt<W>& B) {
     if (L == B.L && A.sign == B.sign && L != 0 && L < out.buffer_size) [[likely]] {
         // Sums of one length, without the general case's comparisons: those take longer than some words' sum.
         const bool sign = A.sign;
-        W* const C = out.buffer;
-        const u32 top = kernels::add_nr(C, A.T, B.T, L, 0);
-        C[L] = top;
-        out.T = C;
-        out.L = L + top;
-        out.sign = sign;
-        return;
+        return finish(out, add_words(out.buffer, A.T, B.T, L), sign);
     }
     add_signed(out, A, B, B.sign);
 }

@@ -8,7 +8,7 @@ namespace kvt::objects {
 
 template <class W>
 u64 checksum_of(const W* T, u64 L, i64 exp_words = 0) noexcept {
-    const u64 integer = kernels::residue_of(T, L * (sizeof(W) / 4));
+    const u64 integer = kernels::residue_of_words(T, L);
     return kernels::residue_shift(integer, exp_words % 61 * static_cast<i64>(word_bits<W>));
 }
 

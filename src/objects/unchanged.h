@@ -27,7 +27,7 @@ class Unchanged {
     static constexpr u64 short_words = 64;
 
     u64 residue() const {
-        return n_ < short_words ? kernels::residue64(words_, n_) : kernels::residue_of(words_, n_ * (sizeof(W) / 4));
+        return n_ < short_words ? kernels::residue64(words_, n_) : kernels::residue_of_words(words_, n_);
     }
 
     const W* words_ = nullptr;

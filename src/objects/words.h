@@ -40,6 +40,14 @@ u64 trimmed_length(const W* T, u64 L) noexcept {
     return L;
 }
 
+// C[0..n] = A[0..n) + B[0..n), the carry as its top word; the length without it where it is zero.
+template <class W>
+u64 add_words(W* C, const W* A, const W* B, u64 n) noexcept {
+    const u32 top = kernels::add_nr(C, A, B, n, 0);
+    C[n] = top;
+    return n + top;
+}
+
 // Number of zero words at the bottom; L when there is nothing else.
 template <class W>
 u64 low_zero_words(const W* T, u64 L) noexcept {

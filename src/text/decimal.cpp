@@ -91,7 +91,7 @@ template <class W>
 char* to_string_dec_scaled(const BasicParameters& params, char* buffer, const BigInt<W>& x, PhaseSeconds* times) {
     if (x.L == 0) return write_literal(buffer, "0");
     const BigFloat<W> value{x.T, x.L, 0, x.sign, x.T, x.L};
-    const u64 residue = kernels::residue_of(x.T, x.L * (sizeof(W) / 4));
+    const u64 residue = kernels::residue_of_words(x.T, x.L);
     FloatString digits = write_decimal_digits(params, buffer, integer_buffer_bytes<W>(x.L), value, x.L,
                                               integer_digit_words<W>(x.L), false, times);
     check_fraction(digits);

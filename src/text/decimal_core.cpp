@@ -6,11 +6,11 @@
 
 #include "frame/exceptions.h"
 #include "frame/fatal.h"
+#include "inverse/newton.h"
 #include "inverse/power.h"
 #include "inverse/progress.h"
 #include "inverse/reciprocal.h"
 #include "inverse/sizes.h"
-#include "kernels/linear.h"
 #include "multiply/transform_checks.h"
 #include "objects/big_float_parts.h"
 #include "text/digits.h"
@@ -18,6 +18,7 @@
 #include "text/radix_plan.h"
 #include "text/radix_powers.h"
 #include "text/radix_write.h"
+#include "text/truncation.h"
 #include "threads/parallel.h"
 
 namespace kvt::text {
@@ -76,23 +77,12 @@ struct QuotientLayout {
     u64 bytes() const noexcept { return power_bytes() + words_area<W>(division); }
 };
 
-// Where something is cut off, a float is raised: its digits are truncated, by the conversion too, and a number that was
-// read lies above what was written. So 0.1, once read, is not written as 0.0999. The raise is far above what the scaling
-// and the conversion lose (some units at word p + 1 below the point) and far below the last digit wanted (word p - 1).
-// A float that it would carry out of its words, where the buffer ends, stays as it is.
+// The raise (text/truncation.h) is far above what the scaling and the conversion lose, some units at word p + 1 below the
+// point, and far below the last digit wanted, word p - 1.
 template <class W>
-void raise_truncated(BigFloat<W>& y, u64 p) {
+void raise_truncated(BigFloat<W>& y, u64 p) noexcept {
     const i64 position = -static_cast<i64>(p + 1);
-    if (y.exp > position) return;
-    const u64 at = static_cast<u64>(position - y.exp);
-    const W raised = static_cast<W>(y.T[at] + (W{1} << word_bits<W> / 2));
-    if (raised < y.T[at]) {
-        const bool full = std::all_of(y.T + at + 1, y.T + y.L, [](W word) { return word == static_cast<W>(~W{0}); });
-        if (full && y.T + y.L == y.buffer + y.buffer_size) return;
-        if (full) y.T[y.L++] = 0;
-        kernels::add1_ip(y.T + at + 1, 1);
-    }
-    y.T[at] = raised;
+    if (y.exp <= position) raise_word(y, static_cast<u64>(position - y.exp));
 }
 
 // y := x / 10^k for k > 0, at the start of the scratch memory. An exact quotient comes out at or above its value.
@@ -112,9 +102,7 @@ BigFloat<W> scaled_down(const BasicParameters& params, const BigFloat<W>& x, u64
                        {static_cast<W*>(behind_power.memory), layout.division}, sink);
     y.sign = true;
     if (y.L > p + 2) {
-        y.T += y.L - (p + 2);
-        y.exp += static_cast<i64>(y.L - (p + 2));
-        y.L = p + 2;
+        inverse::keep_top(y, p + 2);
         objects::add_one_unit(y);
     }
     return y;
@@ -145,8 +133,7 @@ BigFloat<W> scaled(const BasicParameters& params, const BigFloat<W>& x, i64 k, u
     W* const words = static_cast<W*>(params.memory);
     const u64 n = std::min(x.L, p + 2);
     std::copy(x.T + (x.L - n), x.T + x.L, words);
-    BigFloat<W> y{words, n, x.exp + static_cast<i64>(x.L - n), true, words, p + 2};
-    return y;
+    return {words, n, x.exp + static_cast<i64>(x.L - n), true, words, p + 2};
 }
 
 // Digit words to characters, most significant first.

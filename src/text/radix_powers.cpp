@@ -5,6 +5,7 @@
 
 #include "kernels/linear.h"
 #include "multiply/transform_checks.h"
+#include "objects/big_int.h"
 
 namespace kvt::text {
 namespace {
@@ -23,22 +24,6 @@ void divide_exactly(W* x, u64 n, W divisor) noexcept {
         x[i] = static_cast<W>(word * inverse);
         borrow = static_cast<W>((static_cast<DoubleWord<W>>(x[i]) * divisor >> word_bits<W>)+under);
     }
-}
-
-// x := x >> bits; returns the length.
-template <class W>
-u64 shift_down(W* x, u64 n, unsigned bits) noexcept {
-    const unsigned shift = bits % word_bits<W>;
-    const u64 words = bits / word_bits<W>;
-    n -= words;
-    if (shift == 0) {
-        if (words != 0) std::memmove(x, x + words, n * sizeof(W));
-        return n;
-    }
-    for (u64 i = 0; i + 1 < n; ++i)
-        x[i] = static_cast<W>(x[i + words] >> shift | x[i + words + 1] << (word_bits<W> - shift));
-    x[n - 1] = static_cast<W>(x[n - 1 + words] >> shift);
-    return n;
 }
 
 }  // namespace
@@ -78,7 +63,9 @@ void compute_powers(RadixPlan<W>& plan, const GlobalTwiddleTable& table, u8* pow
         if (i + 1 == plan.levels) return;
         level.engine->product_keeping(transform, table, level.power_transform, residue, {nullptr, 0}, work,
                                       multiply::window_of(power, 0, 2 * n), true, rest, plan.tasks);
-        n = shift_down(power, 2 * n, 2 * level.power_shift);
+        objects::BigInt<W> square{power, 2 * n, true, power, 2 * n};
+        objects::shr(square, 2 * level.power_shift);
+        n = square.L;
         if (level.block_digit_words < 2 * level.half_digit_words) divide_exactly(power, n, plan.odd);
         while (power[n - 1] == 0) --n;
     }

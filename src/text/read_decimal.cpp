@@ -29,11 +29,6 @@ constexpr const char* location = "BigInt::set_string_dec()";
     raise_redundancy_failure(location, "The integer does not match its digits modulo 2^61 - 1.\n");
 }
 
-template <class W>
-u64 residue_of(const W* x, u64 n) noexcept {
-    return kernels::residue_of(x, n * (sizeof(W) / 4));
-}
-
 // Fewer digit words are read row by row, without a plan.
 constexpr u64 shortest_split_words = 48;
 
@@ -193,13 +188,13 @@ class Reading {
             form(product);
         } else {
             const u64 d = product - wrap;  // less than either factor has
-            const u64 expected = kernels::residue_mul(residue_of(upper, n), level.power_residue.value);
+            const u64 expected = kernels::residue_mul(kernels::residue_of_words(upper, n), level.power_residue.value);
             const BasicParameters params{&table_, work, level.product_bytes, tasks};
             multiply::mulp_p(params, upper + wrap, 0, d, upper, d, level.power, d);
             const W low = upper[wrap];
             form(wrap + 1);
             multiply::unfold(upper, wrap, d, low);
-            if (residue_of(upper, product) != expected) raise_mismatch();
+            if (kernels::residue_of_words(upper, product) != expected) raise_mismatch();
         }
         return objects::trimmed_length(upper, product);
     }
@@ -262,7 +257,7 @@ u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digit
     u8* const work = memory + plan.powers_bytes();
     compute_powers(plan, *table, memory, work);
     const u64 length = Reading<W>(plan, *table, digits, count).run(out, 0, plan.digit_words, plan.tasks, 0, work);
-    if (residue_of(out, length) != residue) raise_mismatch();
+    if (kernels::residue_of_words(out, length) != residue) raise_mismatch();
     return length;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "frame/exceptions.h"
+#include "inverse/newton.h"
 #include "inverse/power.h"
 #include "inverse/progress.h"
 #include "inverse/sizes.h"
@@ -13,6 +14,7 @@
 #include "text/radix.h"
 #include "text/radix_plan.h"
 #include "text/read_decimal.h"
+#include "text/truncation.h"
 
 namespace kvt::text {
 
@@ -50,28 +52,19 @@ Layout<W> layout_of(u64 digits, u64 q) {
 }
 
 // Cuts the number to p + 2 words. Where the two behind p are zero, but for a unit, it has p words: 0.5 is exact. Else it
-// is raised above what was written, so that truncated digits are those that were read (raise_truncated()).
+// is raised above what was written, so that truncated digits are those that were read (text/truncation.h).
 template <class W>
 void settle(BigFloat<W>& x, u64 p) {
     objects::strip_tzs_all(x);
     if (x.L <= p + 2) return;
-    const u64 dropped = x.L - (p + 2);
-    x.T += dropped;
-    x.L -= dropped;
-    x.exp += static_cast<i64>(dropped);
+    inverse::keep_top(x, p + 2);
     objects::add_one_unit(x);
     if (x.T[0] <= 1 && x.T[1] == 0) {
         x.T[0] = 0;
         objects::strip_tzs_all(x);
         return;
     }
-    const W raised = static_cast<W>(x.T[1] + (W{1} << word_bits<W> / 2));
-    if (raised < x.T[1]) {
-        BigFloat<W> above{x.T + 2, x.L - 2, x.exp + 2, x.sign, x.buffer, x.buffer_size};
-        objects::add_one_unit(above);
-        x.L = above.L + 2;
-    }
-    x.T[1] = raised;
+    raise_word(x, 1);
 }
 
 }  // namespace

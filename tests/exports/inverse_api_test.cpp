@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/console_capture.h"
+#include "support/progress_recorder.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ class InverseApi : public testing::TestWithParam<uint64_t> {
         memory_.assign(sizes.bytes / 8 + 1, 0);
         params = {get_global_table(), memory_.data(), sizes.bytes, 1};
         result = {out_.data(), 0, 0, true, out_.data(), out_.size()};
-        events.clear();
+        recorder.text.clear();
         return sizes;
     }
 
@@ -43,15 +44,11 @@ class InverseApi : public testing::TestWithParam<uint64_t> {
         return std::to_string(static_cast<uint64_t>(static_cast<double>(words) * 19.265919722494797) + 1) + "[.]";
     }
     void expect_events(const std::string& pattern) const {
-        EXPECT_TRUE(std::regex_match(events, std::regex(pattern))) << events << "\nagainst " << pattern;
+        EXPECT_TRUE(std::regex_match(recorder.text, std::regex(pattern))) << recorder.text << "\nagainst " << pattern;
     }
 
     const uint64_t p = GetParam();
-    std::string events;
-    ProgressSink sink{[](void* self, const char* tag) { static_cast<InverseApi*>(self)->events += tag; },
-                      [](void* self) { static_cast<InverseApi*>(self)->events += '.'; },
-                      [](void* self, uint64_t n) { static_cast<InverseApi*>(self)->events += std::to_string(n); },
-                      this};
+    kvt::test::ProgressRecorder<ProgressSink> recorder;
     BasicParameters params{};
     BigFloat_c64 result{};
     std::vector<uint64_t> a_ = std::vector<uint64_t>(30, 5), b_ = std::vector<uint64_t>(40, 7), out_, scratch_,
@@ -64,7 +61,7 @@ TEST_P(InverseApi, ReciprocalsShowTheirSteps) {
     const Sizes sizes = prepare(BigFloatR_c64_rcp_sizes);
     EXPECT_EQ(sizes.out, p + 3);
     EXPECT_EQ(sizes.scratch, p + 6);
-    EXPECT_EQ(BigFloatR_c64_rcp(&params, &result, &b, p, scratch_.data(), sizes.scratch, &sink), nullptr);
+    EXPECT_EQ(BigFloatR_c64_rcp(&params, &result, &b, p, scratch_.data(), sizes.scratch, &recorder.sink), nullptr);
     expect_events(steps(p, " - 0M - "));
 }
 
@@ -73,7 +70,7 @@ TEST_P(InverseApi, QuotientsShowTheReciprocalsStepsAndTheirOwn) {
     EXPECT_EQ(sizes.out, p + 2);
     EXPECT_EQ(sizes.scratch, p < 10 ? 2 * p + 9 : p + ((p + 1) & ~uint64_t{1}) + 10);
     // A division shows its progress on the thread's sink where it is given none.
-    const ProgressSink* before = SetProgressSink(&sink);
+    const ProgressSink* before = SetProgressSink(&recorder.sink);
     EXPECT_EQ(BigFloatR_c64_div(&params, &result, &a, &b, p, scratch_.data(), sizes.scratch, nullptr), nullptr);
     SetProgressSink(before);
     const uint64_t h = (p + 1) / 2;
@@ -81,8 +78,9 @@ TEST_P(InverseApi, QuotientsShowTheReciprocalsStepsAndTheirOwn) {
     if (p >= 10) own = " - 0M - " + digits(h) + " - 1M - " + digits(h) + " - 2M - " + digits(h);
     expect_events((p < 10 ? "" : steps(h, " - 0M - ")) + own);
 
-    events.clear();
-    EXPECT_EQ(BigFloatR_c64_div(&params, &result, &b, &b, p, scratch_.data(), sizes.scratch, &sink), nullptr);
+    recorder.text.clear();
+    EXPECT_EQ(BigFloatR_c64_div(&params, &result, &b, &b, p, scratch_.data(), sizes.scratch, &recorder.sink),
+              nullptr);
     expect_events((p < 10 ? "" : steps(h, " - 0M - ")) + own);
 }
 
@@ -90,7 +88,8 @@ TEST_P(InverseApi, InverseRootsShowTheirSteps) {
     const Sizes sizes = prepare(BigFloatR_c64_invsqrt_uW_sizes);
     EXPECT_EQ(sizes.out, p + 4);
     EXPECT_EQ(sizes.scratch, p + 7);
-    EXPECT_EQ(BigFloatR_c64_invsqrt_uW(&params, &result, 10, p, scratch_.data(), sizes.scratch, &sink), nullptr);
+    EXPECT_EQ(BigFloatR_c64_invsqrt_uW(&params, &result, 10, p, scratch_.data(), sizes.scratch, &recorder.sink),
+              nullptr);
     expect_events(steps(p, " - 0S - "));
 }
 

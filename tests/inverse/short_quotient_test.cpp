@@ -5,6 +5,7 @@
 #include "inverse/inverse_fixture.h"
 #include "inverse/reciprocal.h"
 #include "support/levels.h"
+#include "support/progress_recorder.h"
 
 #if KVNUM_HAVE_GMP
 namespace kvt::inverse {
@@ -93,18 +94,6 @@ TYPED_TEST(ShortQuotients, InexactOnesAreNotBelowTheirValue) {
     mpz_clears(product, numerator, nullptr);
 }
 
-struct Recorder {
-    std::string text;
-    ProgressSink sink() {
-        ProgressSink out{};
-        out.context = this;
-        out.push = [](void* self, const char* tag) { static_cast<Recorder*>(self)->text += tag; };
-        out.pop = [](void* self) { static_cast<Recorder*>(self)->text += '.'; };
-        out.show = [](void* self, u64 digits) { static_cast<Recorder*>(self)->text += std::to_string(digits); };
-        return out;
-    }
-};
-
 // A quotient formed in one go shows the steps that lead to it, as a long one does; below ten words there are none.
 TEST(ShortQuotientProgress, TagsComeInTheOrderOfTheSteps) {
     std::vector<u64> x(20, 7), a(20, 5), words(200), out(30);
@@ -115,15 +104,12 @@ TEST(ShortQuotientProgress, TagsComeInTheOrderOfTheSteps) {
     const objects::BigFloat<u64> divisor{x.data(), x.size(), 0, true, nullptr, 0};
     const std::string five = "97.", ten = "193.";
     const std::string to_ten = " - 0M - " + five + " - U1M - " + five;
-    Recorder of_reciprocal, of_division, of_short;
-    ProgressSink sink = of_reciprocal.sink();
-    reciprocal<u64>(memory.params, result, divisor, 20, {words.data(), words.size()}, &sink);
+    test::ProgressRecorder<ProgressSink> of_reciprocal, of_division, of_short;
+    reciprocal<u64>(memory.params, result, divisor, 20, {words.data(), words.size()}, &of_reciprocal.sink);
     EXPECT_EQ(of_reciprocal.text, to_ten + " - 0M - " + ten + " - U1M - " + ten);
-    sink = of_division.sink();
-    divide<u64>(memory.params, result, numerator, divisor, 20, {words.data(), words.size()}, &sink);
+    divide<u64>(memory.params, result, numerator, divisor, 20, {words.data(), words.size()}, &of_division.sink);
     EXPECT_EQ(of_division.text, to_ten + " - 0M - " + ten + " - 1M - " + ten + " - 2M - " + ten);
-    sink = of_short.sink();
-    reciprocal<u64>(memory.params, result, divisor, 9, {words.data(), words.size()}, &sink);
+    reciprocal<u64>(memory.params, result, divisor, 9, {words.data(), words.size()}, &of_short.sink);
     EXPECT_EQ(of_short.text, "");
 }
 

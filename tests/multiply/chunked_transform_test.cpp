@@ -7,6 +7,7 @@
 #include "multiply/product_support.h"
 #include "reference/arithmetic.h"
 #include "support/child_process.h"
+#include "support/progress_recorder.h"
 #include "threads/builtin.h"
 
 namespace kvt::multiply {
@@ -137,14 +138,12 @@ TEST(ChunkedProduct, ReadsAheadOnEveryFramework) {
 }
 
 TEST(ChunkedProduct, LabelsItsStages) {
-    std::string tags;
-    const ProgressSink sink{[](void* out, const char* tag) { *static_cast<std::string*>(out) += tag; },
-                            [](void* out) { *static_cast<std::string*>(out) += "."; }, [](void*, u64) {}, &tags};
-    const ProgressSink* before = set_progress_sink(&sink);
+    test::ProgressRecorder<ProgressSink> recorder;
+    const ProgressSink* before = set_progress_sink(&recorder.sink);
     Rng rng(114);
     check(20, 20, 4, 1, 16, rng);
     set_progress_sink(before);
-    EXPECT_EQ(tags, "F: .F: .-PM: .I: .F: .-PS: .I: .");
+    EXPECT_EQ(recorder.text, "F: .F: .-PM: .I: .F: .-PS: .I: .");
 }
 
 // it, u, s, S -> units: the largest power of two of iterations that fit S / 4 bytes, and a quarter of all.
