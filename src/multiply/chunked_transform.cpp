@@ -19,24 +19,24 @@ struct Points {
 
 // A level of a transform of 2^level points out of the ring's 2M-th roots: distance 2^(level-1), in all blocks of
 // `points`. Point i of a block stands for index i * scale + offset of its full block.
-void forward_level(const FermatRing& ring, Points x, u64 points, u64 distance, u64 step, u64 first, u64* spare) {
+void forward_level(const FermatRing<u64>& ring, Points x, u64 points, u64 distance, u64 step, u64 first, u64* spare) {
     for (u64 block = 0; block < points; block += 2 * distance)
         for (u64 i = 0; i < distance; ++i)
             ring.forward(x[block + i], x[block + i + distance], first + i * step, spare);
 }
-void inverse_level(const FermatRing& ring, Points x, u64 points, u64 distance, u64 step, u64 first, u64* spare) {
+void inverse_level(const FermatRing<u64>& ring, Points x, u64 points, u64 distance, u64 step, u64 first, u64* spare) {
     for (u64 block = 0; block < points; block += 2 * distance)
         for (u64 i = 0; i < distance; ++i)
             ring.inverse(x[block + i], x[block + i + distance], first + i * step, spare);
 }
 
 // All levels of 2^s consecutive units. The root of level l is 2^(2M / 2^l).
-void forward_units(const FermatRing& ring, u64* units, u64 s, u64* spare) {
+void forward_units(const FermatRing<u64>& ring, u64* units, u64 s, u64* spare) {
     for (u64 level = s; level > 0; --level)
         forward_level(ring, {units, ring.unit_words()}, u64{1} << s, u64{1} << (level - 1), 2 * ring.bits() >> level,
                       0, spare);
 }
-void inverse_units(const FermatRing& ring, u64* units, u64 s, u64* spare) {
+void inverse_units(const FermatRing<u64>& ring, u64* units, u64 s, u64* spare) {
     for (u64 level = 1; level <= s; ++level)
         inverse_level(ring, {units, ring.unit_words()}, u64{1} << s, u64{1} << (level - 1), 2 * ring.bits() >> level,
                       0, spare);
@@ -177,7 +177,7 @@ ChunkedShape ChunkedShape::choose(u64 product_words, u64 top_bk, u64 s) {
 
 void chunked_product(const ChunkedShape& shape, u64* C, const u64* A, u64 LA, const u64* B, u64 LB,
                      BlockStore& store_a, BlockStore* store_b, const StageScratch& scratch) {
-    const FermatRing ring(shape.ring_words);
+    const FermatRing<u64> ring(shape.ring_words);
     const ftp_t passes(ring, shape.top_bk, true);
     const fpb_t blocks(ring);
     const u64 iterations = u64{1} << (shape.top_bk - shape.s);

@@ -23,7 +23,7 @@ struct StageScratch {
 // The transform's passes over a store of 2^top_bk units.
 class ftp_t {
   public:
-    ftp_t(const FermatRing& ring, u64 top_bk, bool cyclic) : ring_(ring), top_bk_(top_bk), cyclic_(cyclic) {}
+    ftp_t(const FermatRing<u64>& ring, u64 top_bk, bool cyclic) : ring_(ring), top_bk_(top_bk), cyclic_(cyclic) {}
 
     // Levels top_bk .. bk + 1 of in, to out, which falls into blocks of 2^bk units. Unit i is first multiplied by
     // 2^(s i): 0 for cyclic convolutions, M / 2^top_bk for negacyclic ones.
@@ -37,7 +37,7 @@ class ftp_t {
     void columns(const BlockSource& in, BlockStore& out, u64 bk, const StageScratch& scratch,
                  Transform&& transform) const;
 
-    const FermatRing& ring_;
+    const FermatRing<u64>& ring_;
     u64 top_bk_;
     bool cyclic_;
 };
@@ -45,7 +45,7 @@ class ftp_t {
 // The middle stage.
 class fpb_t {
   public:
-    explicit fpb_t(const FermatRing& ring) : ring_(ring) {}
+    explicit fpb_t(const FermatRing<u64>& ring) : ring_(ring) {}
 
     // a := a * b, or a * a, point by point of `it` iterations of 2^s units: in rounds of blocks, the next of which is
     // read while the current one is transformed.
@@ -64,7 +64,7 @@ class fpb_t {
   private:
     void middle(u64 it, u64 s, u64 block, BlockStore& a, const BlockSource* b, const StageScratch& scratch) const;
 
-    const FermatRing& ring_;
+    const FermatRing<u64>& ring_;
 };
 
 // C[0..LA+LB) = A * B through the three stages; B null squares A.

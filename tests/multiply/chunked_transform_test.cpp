@@ -17,7 +17,7 @@ using namespace kvt::test;
 
 // Scratch of one stage, and memory for ring products.
 struct Work {
-    Work(const FermatRing& ring, u64 units)
+    Work(const FermatRing<u64>& ring, u64 units)
         : unit_words(units * ring.unit_words()), spare(ring.spare_words()), product(20'000) {
         scratch = {unit_words.data(), 8 * unit_words.size(), spare.data(),
                    BasicParameters{global_table(), product.data(), 8 * product.size(), 1}};
@@ -50,7 +50,7 @@ TEST(FermatRing, ShiftsAndProductsAgreeWithTheReference) {
     ensure_global_table(1 << 14);
     Rng rng(111);
     for (u64 n : {1, 2, 5, 40}) {
-        const FermatRing ring(n);
+        const FermatRing<u64> ring(n);
         const Work work(ring, 1);
         std::vector<u64> spare(ring.spare_words());
         for (Pattern pattern : {Pattern::random, Pattern::all_ones, Pattern::sparse, Pattern::zero})
@@ -98,7 +98,7 @@ void check(u64 LA, u64 LB, u64 top_bk, u64 s, u64 scratch_units, Rng& rng) {
     const auto A = words<u64>(hard_patterns[rng.below(6)], LA, rng),
                B = words<u64>(hard_patterns[rng.below(6)], LB, rng);
     const ChunkedShape shape = ChunkedShape::choose(LA + LB, top_bk, s);
-    const FermatRing ring(shape.ring_words);
+    const FermatRing<u64> ring(shape.ring_words);
     const Work work(ring, scratch_units);
     FencedWords<u64> a(shape.store_words()), b(shape.store_words()), C(LA + LB);
     MemoryStore store_a(a, ring.unit_words()), store_b(b, ring.unit_words());
@@ -108,7 +108,7 @@ void check(u64 LA, u64 LB, u64 top_bk, u64 s, u64 scratch_units, Rng& rng) {
     const ChunkedShape square = ChunkedShape::choose(2 * LA, top_bk, s);
     if (square.ring_words > shape.ring_words) return;
     FencedWords<u64> S(2 * LA);
-    const FermatRing square_ring(square.ring_words);
+    const FermatRing<u64> square_ring(square.ring_words);
     MemoryStore square_store(a, square_ring.unit_words());
     chunked_product(square, S, A.data(), LA, nullptr, 0, square_store, nullptr, work.scratch);
     EXPECT_TRUE(same(S.data(), reference::product(A, A).data(), 2 * LA));
@@ -158,7 +158,7 @@ TEST(ChunkedProduct, BlocksArePowersOfTwoOfIterations) {
 
 // Each body must end the process with its text.
 struct Stages {
-    FermatRing ring{3};
+    FermatRing<u64> ring{3};
     Work work{ring, 64};
     std::vector<u64> words = std::vector<u64>(64 * 4);
     MemoryStore store{words.data(), 4};
@@ -220,7 +220,7 @@ TEST(ChunkedProduct, BrokenCallsEndTheProcessWithTheirText) {
 
 // Units times 2^(M i / K) make the convolution negacyclic: what wraps around comes back with a minus sign.
 TEST(ChunkedProduct, WeightedTransformsAreNegacyclic) {
-    const FermatRing ring(2);
+    const FermatRing<u64> ring(2);
     const Work work(ring, 16);
     const u64 top_bk = 3, s = ring.bits() >> top_bk;
     std::vector<u64> a(8 * 3), b(8 * 3);
