@@ -17,34 +17,17 @@ void copy(W* C, const W* A, u64 n) noexcept {
     std::memcpy(C, A, n * sizeof(W));
 }
 
-// D[0..l) = |A0 - A1|, where A0 = A[0..l) and A1 = A[l..l+h), h = l or l - 1. Returns whether A0 is the smaller.
-template <class W>
-bool half_difference(W* D, const W* A, u64 l, u64 h) noexcept {
-    const W* low = A;
-    const W* high = A + l;
-    bool smaller = false;
-    if (l == h || low[h] == 0) {
-        u64 i = h;
-        while (i > 0 && low[i - 1] == high[i - 1]) --i;
-        smaller = i > 0 && low[i - 1] < high[i - 1];
-    }
-    const u32 borrow = smaller ? sub_nr(D, high, low, h, 0) : sub_nr(D, low, high, h, 0);
-    if (l > h) D[h] = smaller ? 0 : static_cast<W>(low[h] - borrow);
-    return smaller;
-}
-
-// C holds P0 = A0 B0 in 2l words and P1 = A1 B1 in 2h words; adds the middle term M = P0 + P1 -+ S, which is A0 B1 +
-// A1 B0, at word l. M takes the place of S, its top word that of a carry.
+// M = A0 B0 + A1 B1 -+ S, which is A0 B1 + A1 B0, takes the place of S, its top word that of a carry.
 template <class W, bool minus>
-void combine(W* C, W* S, u64 l, u64 h) noexcept {
+void combine(W* C, W* S, u64 l, u64 high) noexcept {
     const u32 first = minus ? sub_nr(S, C, S, 2 * l, 0) : add_nr(S, C, S, 2 * l, 0);
-    const u32 second = add1_ir(S + 2 * h, 2 * (l - h), add_ir(S, C + 2 * l, 2 * h, 0));
+    const u32 second = add1_ir(S + high, 2 * l - high, add_ir(S, C + 2 * l, high, 0));
     const u32 third = add_ir(C + l, S, 2 * l, 0);
     const u32 top = minus ? second + third - first : second + third + first;
     if (top == 0) return;
     W& word = C[3 * l];
     word = static_cast<W>(word + top);
-    if (word < top) add1_ir(C + 3 * l + 1, 2 * h - l - 1, 1);
+    if (word < top) add1_ir(C + 3 * l + 1, high - l - 1, 1);
 }
 
 // C[0..n) += S[0..n), the carry rippled through the following words up to end.
@@ -54,6 +37,34 @@ void add_below(W* C, const W* S, u64 n, u64 end) noexcept {
 }
 
 }  // namespace
+
+template <class W>
+bool half_difference(W* D, const W* A, u64 l, u64 h) noexcept {
+    const W* low = A;
+    const W* high = A + l;
+    u64 above = l;
+    while (above > h && low[above - 1] == 0) --above;
+    bool smaller = false;
+    if (above == h) {
+        u64 i = h;
+        while (i > 0 && low[i - 1] == high[i - 1]) --i;
+        smaller = i > 0 && low[i - 1] < high[i - 1];
+    }
+    u32 borrow = smaller ? sub_nr(D, high, low, h, 0) : sub_nr(D, low, high, h, 0);
+    for (u64 i = h; i < l; ++i) {
+        D[i] = static_cast<W>(low[i] - borrow);
+        borrow = borrow > low[i];
+    }
+    return smaller;
+}
+
+template <class W>
+void combine_halves(W* C, W* S, u64 l, u64 high, bool same_sign) noexcept {
+    if (same_sign)
+        combine<W, true>(C, S, l, high);
+    else
+        combine<W, false>(C, S, l, high);
+}
 
 template <class W>
 void sqrK(W* C, const W* A, u64 L, W* S) noexcept {
@@ -70,7 +81,7 @@ void sqrK(W* C, const W* A, u64 L, W* S) noexcept {
         sqrB(C, A, l);
         sqrB(C + 2 * l, A + l, h);
     }
-    combine<W, true>(C, S, l, h);
+    combine<W, true>(C, S, l, 2 * h);
 }
 
 template <class W>
@@ -89,10 +100,7 @@ void mulK_balanced(W* C, const W* A, const W* B, u64 L, W* S) noexcept {
         mulB(C, A, l, B, l);
         mulB(C + 2 * l, A + l, h, B + l, h);
     }
-    if (a_smaller == b_smaller)
-        combine<W, true>(C, S, l, h);
-    else
-        combine<W, false>(C, S, l, h);
+    combine_halves(C, S, l, 2 * h, a_smaller == b_smaller);
 }
 
 template <class W>
@@ -141,6 +149,10 @@ void mulK(W* C, const W* A, u64 LA, const W* B, u64 LB, W* S) noexcept {
     add_below(C + p, S, 2 * n, rest + n);
 }
 
+template bool half_difference(u32*, const u32*, u64, u64) noexcept;
+template bool half_difference(u64*, const u64*, u64, u64) noexcept;
+template void combine_halves(u32*, u32*, u64, u64, bool) noexcept;
+template void combine_halves(u64*, u64*, u64, u64, bool) noexcept;
 template void sqrK(u32*, const u32*, u64, u32*) noexcept;
 template void sqrK(u64*, const u64*, u64, u64*) noexcept;
 template void mulK_balanced(u32*, const u32*, const u32*, u64, u32*) noexcept;

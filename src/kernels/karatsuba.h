@@ -76,6 +76,15 @@ u64 karatsuba_entry_bytes(u64 L) noexcept {
     return (8 * n + 39) / 32 * 64 + 24 * n + std::max({product, square, split}) + 8;
 }
 
+// A step by itself: D[0..l) = |A0 - A1|, where A0 = A[0..l) and A1 = A[l..l+h), h <= l; whether A0 is the smaller.
+template <class W>
+bool half_difference(W* D, const W* A, u64 l, u64 h) noexcept;
+
+// C holds A0 B0 in 2l words and A1 B1 in `high` words, l < high <= 2l, S the product of the differences in 2l words:
+// adds the middle term at word l. S is lost.
+template <class W>
+void combine_halves(W* C, W* S, u64 l, u64 high, bool same_sign) noexcept;
+
 // C[0..2L) = A * A.   S [sqrK_scratch_words(L)]
 template <class W>
 void sqrK(W* C, const W* A, u64 L, W* S) noexcept;

@@ -12,6 +12,8 @@ u64 TransformEngine::most_kept_bytes(u64 min_bits, u64 tasks) const {
     return kept_scratch_bytes(plan(min_bits), useful_tasks(tasks, min_bits));
 }
 
+TransformPlan TransformEngine::plan_part(const TransformPlan&, u64) const { return {}; }
+
 void TransformEngine::product_keeping(const TransformPlan& plan, const GlobalTwiddleTable& table, const void* a,
                                       Residue a_residue, Operand b, void* operand, Window out, bool check, void* work,
                                       u64 tasks) const {

@@ -62,6 +62,9 @@ class TransformEngine {
     // scratch than plan(min_bits).
     virtual TransformPlan plan_wrapped(u64 min_bits) const { return plan(min_bits); }
 
+    // The transform with a 2^halvings-th of a plan's points, and of its wrap_bits; capacity_bits is 0 where there is none.
+    virtual TransformPlan plan_part(const TransformPlan& plan, u64 halvings) const;
+
     // The most scratch that plan() asks for at any length up to min_bits: two kept operands and the working bytes of so
     // many tasks, fewer where a length has no use for them.
     virtual u64 most_kept_bytes(u64 min_bits, u64 tasks) const;

@@ -6,12 +6,14 @@
 
 #include "frame/exceptions.h"
 #include "kernels/direct.h"
+#include "kernels/karatsuba.h"
 #include "kernels/linear.h"
 #include "kernels/residue61.h"
 #include "kernels/schoolbook.h"
 #include "multiply/block_product.h"
 #include "multiply/cost.h"
 #include "multiply/folded_product.h"
+#include "multiply/halved_product.h"
 #include "multiply/transform_checks.h"
 #include "multiply/twiddle_table.h"
 
@@ -85,26 +87,20 @@ u64 direct_cost_of(const EngineRung& rung, const Job<W>& job, u64 scratch_bytes)
 template <class W>
 void run(const EngineRung& rung, const BasicParameters& params, const Job<W>& job, bool warns = true);
 
-// The lowest d words of a product, of whose factors the first has as many, to C[n..n+d). More than half of the
-// transform's n words are put together of halves, A = A0 + A1 W^h: those of A0 B0, and above them of A0 B1 + A1 B0.
-// C[0..n) is lost.
+// out[0..count) := the lowest words of X * Y; X and Y are the same part of both factors, of a square's one factor X.
 template <class W>
-void form_low_words(const FoldPlan& fold, const BasicParameters& params, const Job<W>& job, W* C, u64 n, u64 d) {
-    const auto form = [&](const W* A, const W* B, u64 words, W* out, u64 count) {
-        if (A == B)
-            run<W>(*fold.low_rung, params, {A, words, out, 0, count}, false);
-        else
-            run<W>(*fold.low_rung, params, {A, words, B, words, out, 0, count}, false);
-    };
-    const u64 h = fold.low_half, rest = d - h;
-    const W* B = job.B == nullptr ? job.A : job.B;
-    if (rest == 0) return form(job.A, B, d, C + n, d);
-    form(job.A, B, h, C, 2 * h);
-    std::memcpy(C + n, C, d * sizeof(W));
-    form(job.A, B + h, rest, C, rest);
-    kernels::add_ir(C + n + h, C, rest, 0);
-    if (job.B != nullptr) form(job.A + h, B, rest, C, rest);
-    kernels::add_ir(C + n + h, C, rest, 0);
+void form_part(const EngineRung& rung, const BasicParameters& params, bool square, const W* X, u64 nx, const W* Y,
+               u64 ny, W* out, u64 count) {
+    if (square)
+        run<W>(rung, params, {X, nx, out, 0, count}, false);
+    else
+        run<W>(rung, params, {X, nx, Y, ny, out, 0, count}, false);
+}
+
+template <class W>
+void check_product(const EngineRung& rung, const W* C, u64 L, u64 expected) {
+    if (kernels::residue_of_words(C, L) != expected)
+        raise_redundancy_failure(rung.location, "The product fails its check modulo 2^61 - 1.\n");
 }
 
 // The product by FoldPlan, in place.C, which overlaps no operand.
@@ -114,24 +110,53 @@ void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, cons
     const TransformEngine& engine = fold.rung->source();
     const u64 n = fold.transform.wrap_bits / word_bits<W>, d = job.length() - n;
 
-    const BasicParameters params{&table, memory, scratch_bytes, tasks};
-    form_low_words(fold, params, job, C, n, d);
-    const W low = C[n];
-
+    W low = 0;
+    if (fold.low_rung != nullptr) {
+        const BasicParameters params{&table, memory, scratch_bytes, tasks};
+        form_part<W>(*fold.low_rung, params, job.B == nullptr, job.A, d, job.B, d, C + n, d);
+        low = C[n];
+    }
     u8* work = memory + fold.transform.operand_bytes;
     const Operand b = operand_of(job.B, job.B == nullptr ? 0 : job.LB);
     const Residue a_residue = engine.forward(fold.transform, table, operand_of(job.A, job.LA), memory, work, tasks);
     const bool sum = fold.transform.wrap_sign == 1;
     engine.product(fold.transform, table, memory, a_residue, b, window_of(C, 0, sum ? n : n + 1), false, work, tasks);
-    if (sum)
+    if (fold.low_rung == nullptr)
+        complete_by_fermat(engine, fold.transform, table, job.A, job.LA, job.B, job.LB, C, d, memory, tasks);
+    else if (sum)
         unfold_sum(C, n, d);
     else
         unfold(C, n, d, low);
 
     const u64 b_residue = job.B == nullptr ? a_residue.value : kernels::residue_of(b.bytes, b.n);
-    const Operand product = operand_of(C, n + d);
-    if (kernels::residue_of(product.bytes, product.n) != kernels::residue_mul(a_residue.value, b_residue))
-        raise_redundancy_failure(fold.rung->location, "The product fails its check modulo 2^61 - 1.\n");
+    check_product(*fold.rung, C, n + d, kernels::residue_mul(a_residue.value, b_residue));
+}
+
+// The product by halves, in C, which overlaps no operand.
+template <class W>
+void multiply_halves(const EngineRung& rung, const GlobalTwiddleTable& table, const Job<W>& job, W* C, u8* memory,
+                     u64 scratch_bytes, u64 tasks) {
+    const u64 l = (job.LA + 1) / 2, ha = job.LA - l, hb = job.LB - l;
+    const u64 at = scratch_bytes - difference_bytes(job.length() * word_bits<W>);
+    const u64 misaligned = reinterpret_cast<std::uintptr_t>(memory + at) % alignof(W);
+    W* const S = reinterpret_cast<W*>(memory + at + (misaligned == 0 ? 0 : alignof(W) - misaligned));
+    const BasicParameters params{&table, memory, at, tasks};
+    const auto form = [&](W* out, const W* X, u64 nx, const W* Y, u64 ny) {
+        const EngineRung& half_rung = (nx + ny) * word_bits<W> <= rung.shorter->block_bits ? *rung.shorter : rung;
+        form_part<W>(half_rung, params, job.B == nullptr, X, nx, Y, ny, out, nx + ny);
+    };
+    bool same_sign = true;
+    const bool a_smaller = kernels::half_difference(C, job.A, l, ha);
+    if (job.B != nullptr) same_sign = kernels::half_difference(C + l, job.B, l, hb) == a_smaller;
+    form(S, C, l, C + l, l);
+    const W* const B = job.B == nullptr ? job.A : job.B;
+    form(C, job.A, l, B, l);
+    form(C + 2 * l, job.A + l, ha, B + l, hb);
+    kernels::combine_halves(C, S, l, ha + hb, same_sign);
+
+    const u64 a = kernels::residue_of_words(job.A, job.LA);
+    const u64 b = job.B == nullptr ? a : kernels::residue_of_words(job.B, job.LB);
+    check_product(rung, C, job.length(), kernels::residue_mul(a, b));
 }
 
 template <class W>
@@ -154,6 +179,11 @@ bool choose_and_multiply(const EngineRung& rung, const TransformPlan& whole, con
     if (direct > transformed / 4 * 3)
         fold = plan_fold<W>(rung, whole, job.LA, job.LB, job.B == nullptr, least, place.scratch_bytes, tasks);
     if (fold.rung != nullptr) least = fold.cost;
+    // Estimates of the number-theoretic transforms are up to two fifths too high just above the floating-point ones.
+    if (halved_cost<W>(rung, job.LA, job.LB, job.B == nullptr, place.scratch_bytes, tasks) < least / 10 * 7) {
+        multiply_halves(rung, table, job, place.C, memory, place.scratch_bytes, tasks);
+        return true;
+    }
     // No number of blocks makes up for a direct product that is far cheaper than one transform.
     BlockPlan blocks;
     if (job.B != nullptr && job.LA / 2 >= job.LB && direct > transformed / 3)

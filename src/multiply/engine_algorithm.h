@@ -1,7 +1,7 @@
 #pragma once
 // A multiplication algorithm over a transform engine. Before the first write it checks the table, then the scratch;
 // then it picks the cheapest of the ways that give the same words: a direct product, blocks of the longer operand
-// against one transform of the shorter one, a product folded over a transform that is a little too short, or one
+// against one transform of the shorter one, a product folded over a transform that is too short, halves, or one
 // transform.
 
 #include "multiply/algorithm.h"

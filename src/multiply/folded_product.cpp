@@ -4,6 +4,7 @@
 
 #include "kernels/linear.h"
 #include "multiply/cost.h"
+#include "multiply/halved_product.h"
 #include "multiply/transform_checks.h"
 
 namespace kvt::multiply {
@@ -16,37 +17,63 @@ struct Request {
     bool square;
     u64 scratch_bytes, tasks;
 
-    u64 cost_of(const TransformCost& cost) const { return square ? cost.square : cost.product; }
+    u64 bits() const { return (LA + LB) * word_bits<W>; }
+    // Tasks that wait for others count as if they worked.
+    u64 cost_of(const TransformCost& cost, const TransformPlan& plan) const {
+        return (square ? cost.square : cost.product) * tasks / useful_tasks(tasks, plan.capacity_bits);
+    }
+    // Linear passes that take so long for a 64-bit word, on one task.
+    u64 linear_cost(u64 word_cost) const { return (150'000 + word_cost * (bits() / 64)) * tasks; }
 };
 
-// Of the product of the lowest `words` words of each factor.
+constexpr u64 check_cost = 400;  // what the transform cannot check
+
+// By the lowest d words, formed once more.
 template <class W>
-u64 low_cost(const EngineRung& rung, u64 words, bool square) {
+FoldPlan fold_by_low_words(const EngineRung& rung, const TransformPlan& plan, const Request<W>& r, u64 d) {
     constexpr u64 halves = 8 / sizeof(W);
-    const TransformCost cost = transform_cost(rung, rung.source().plan(2 * words * word_bits<W>));
-    const u64 rounded = (words + halves - 1) / halves;
-    return std::min(square ? cost.square : cost.product, direct_cost(rounded, rounded, square));
+    const u64 low_bits = 2 * d * word_bits<W>;
+    const EngineRung* low_rung = &rung;
+    while (low_rung->shorter != nullptr && low_bits <= low_rung->shorter->block_bits) low_rung = low_rung->shorter;
+    const TransformPlan low = low_rung->source().plan(low_bits);
+    if (one_shot_scratch_bytes(*low_rung, low, r.tasks) > r.scratch_bytes) return {};
+    const u64 rounded = (d + halves - 1) / halves;
+    const u64 low_cost =
+        std::min(r.cost_of(transform_cost(*low_rung, low), low), r.tasks * direct_cost(rounded, rounded, r.square));
+    return {&rung, low_rung, plan, r.linear_cost(check_cost) + low_cost};
+}
+
+// By further moduli.
+template <class W>
+FoldPlan fold_by_fermat(const EngineRung& rung, const TransformPlan& plan, const Request<W>& r, u64 d) {
+    const FermatPlan fermat = plan_fermat<W>(rung.source(), plan, d, r.tasks);
+    if (fermat.count == 0 || fermat.scratch_bytes > r.scratch_bytes) return {};
+    // Every modulus takes passes over all words, which a transform has driven out of the caches.
+    u64 cost = r.linear_cost(check_cost + (r.square ? 500 : 800) * (1 + fermat.count));
+    for (u64 i = 0; i < fermat.count; ++i)
+        cost += r.cost_of(transform_cost(rung, fermat.transforms[i]), fermat.transforms[i]);
+    return {&rung, nullptr, plan, cost};
 }
 
 // Folded over `plan` of a rung; no rung where it cannot be.
 template <class W>
 FoldPlan fold_over(const EngineRung& rung, const TransformPlan& plan, const Request<W>& r) {
-    const u64 bits = (r.LA + r.LB) * word_bits<W>;
+    const u64 bits = r.bits();
     if (plan.wrap_sign == 0 || plan.wrap_bits >= bits || plan.wrap_bits % word_bits<W> != 0) return {};
     const u64 n = plan.wrap_bits / word_bits<W>, d = r.LA + r.LB - n;
     const bool sum = plan.wrap_sign == 1;
-    if (r.LA > n || d > (sum ? n / 4 : n / 4 * 3) || (sum && r.LB <= d)) return {};
+    if (r.LA > n || (sum && (d > n / 4 || r.LB <= d))) return {};
     if (product_scratch_bytes(plan, r.tasks) > r.scratch_bytes) return {};
 
-    const u64 half = std::min(d, n / 2), low_bits = 2 * half * word_bits<W>;
-    const EngineRung* low_rung = &rung;
-    while (low_rung->shorter != nullptr && low_bits <= low_rung->shorter->block_bits) low_rung = low_rung->shorter;
-    if (one_shot_scratch_bytes(*low_rung, low_rung->source().plan(low_bits), r.tasks) > r.scratch_bytes) return {};
-    u64 low = low_cost<W>(*low_rung, half, r.square);
-    if (half < d) low += (r.square ? 1 : 2) * low_cost<W>(*low_rung, d - half, false);
-    // The linear passes, and the check that the transform cannot make.
-    const u64 linear = 150'000 + 400 * (bits / 64);
-    return {&rung, low_rung, half, plan, r.cost_of(transform_cost(rung, plan)) + linear + low};
+    FoldPlan best;
+    if (2 * d <= n) best = fold_by_low_words(rung, plan, r, d);
+    // Between the rung's own lengths it would gain little, and the choice itself takes time.
+    if (bits > rung.block_bits) {
+        const FoldPlan fermat = fold_by_fermat(rung, plan, r, d);
+        if (best.rung == nullptr || (fermat.rung != nullptr && fermat.cost < best.cost)) best = fermat;
+    }
+    best.cost += r.cost_of(transform_cost(rung, plan), plan);
+    return best;
 }
 
 }  // namespace
@@ -55,10 +82,12 @@ u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u6
     const u64 bytes = product_scratch_bytes(plan, tasks);
     const EngineRung* shorter = rung.shorter;
     if (shorter == nullptr || plan.min_bits <= shorter->block_bits ||
-        plan.min_bits > longest_fold_bits(shorter->block_bits))
+        plan.min_bits > longest_halved_bits(shorter->block_bits))
         return bytes;
     const TransformPlan longest = shorter->source().plan(shorter->block_bits);
-    return longest.wrap_sign == -1 ? std::max(bytes, product_scratch_bytes(longest, 1)) : bytes;
+    if (longest.wrap_sign != -1) return bytes;
+    const bool halved = plan.min_bits > longest_fold_bits(shorter->block_bits);
+    return std::max(bytes, product_scratch_bytes(longest, 1) + (halved ? difference_bytes(plan.min_bits) : 0));
 }
 
 template <class W>
@@ -74,15 +103,19 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
         if (fold.rung == nullptr || fold.cost >= worth) return;
         if (best.rung == nullptr || fold.cost < best.cost) best = fold;
     };
+    // Over each length of `over` from `least_bits` on that is too short.
+    const auto consider_lengths = [&](const EngineRung& over, u64 least_bits) {
+        const TransformEngine& engine = over.source();
+        const u64 most_bits = std::min(bits - 1, over.block_bits);
+        for (TransformPlan plan = engine.plan(least_bits); plan.capacity_bits <= most_bits;
+             plan = engine.plan(plan.capacity_bits + 1))
+            consider(fold_over(over, plan, request));
+    };
     const EngineRung* shorter = rung.shorter;
     if (shorter != nullptr && bits <= longest_fold_bits(shorter->block_bits))
-        consider(fold_over(*shorter, shorter->source().plan(shorter->block_bits), request));
+        consider_lengths(*shorter, bits / 15 * 8);
     // Of the floating-point lengths, which are at most a quarter apart, the longer one has little to spare.
-    if (whole.wrap_sign == -1 && bits > whole.capacity_bits / 16 * 15) return {};
-    const TransformEngine& engine = rung.source();
-    for (TransformPlan plan = engine.plan(bits / 4 * 3); plan.capacity_bits < bits;
-         plan = engine.plan(plan.capacity_bits + 1))
-        consider(fold_over(rung, plan, request));
+    if (whole.wrap_sign == 1 || bits <= whole.capacity_bits / 16 * 15) consider_lengths(rung, bits / 4 * 3);
     return best;
 }
 
@@ -93,9 +126,9 @@ void unfold(W* C, u64 n, u64 d, W low) noexcept {
     const W top = C[n];
     C[n] = low;
     kernels::sub_nr(C + n, C + n, C, d, 0);
-    u32 carry = kernels::add_ir(C, C + n, d, 0);
-    carry = kernels::add1_ir(C + d, n - d, carry);
-    kernels::add1_ir(C + n, d, carry | static_cast<u32>(top));
+    const W first = C[n];
+    C[n] = top;
+    add_multiple(C, n, d, first);
 }
 
 template <class W>

@@ -4,15 +4,15 @@
 // product tell hi. Where lengths of transforms are far apart that costs less than the next one.
 
 #include "multiply/engine_algorithm.h"
+#include "multiply/fermat_product.h"
 
 namespace kvt::multiply {
 
 // rung is null where folding does not pay.
 struct FoldPlan {
     const EngineRung* rung = nullptr;
-    const EngineRung* low_rung = nullptr;  // forms the lowest words
-    u64 low_half = 0;         // words of the factors by which they are formed: d, or N / 2 where that is less
-    TransformPlan transform;  // of the N bits
+    const EngineRung* low_rung = nullptr;  // forms the lowest words; null: by further moduli
+    TransformPlan transform;               // of the N bits
     u64 cost = 0;
 };
 
@@ -23,7 +23,7 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
                    u64 scratch_bytes, u64 tasks = 1) noexcept;
 
 // The longest product in bits that the rung above one which reaches `bits` leaves to folding.
-constexpr u64 longest_fold_bits(u64 bits) { return bits + bits / 4 * 3; }
+constexpr u64 longest_fold_bits(u64 bits) { return bits + most_fermat_excess(bits); }
 
 // Scratch of a product. Where the shorter rung ends there is room to fold: what its longest products have.
 u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) noexcept;

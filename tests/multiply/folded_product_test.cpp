@@ -94,10 +94,10 @@ TEST(FoldedProduct, IsExactForEveryOperand) {
     }
 }
 
-// More than half of the transform lies above it, where the long rung's own length is far.
-TEST(FoldedProduct, IsExactWhereTheLowWordsArePutTogetherOfHalves) {
+// By further moduli, where the long rung's own length is far.
+TEST(FoldedProduct, IsExactFarBeyondTheShortRung) {
     Rng rng(94);
-    for (u64 excess : {401, 402, 500, 600}) {
+    for (u64 excess : {401, 402, 500, 699, 700}) {
         const u64 total = longest_short_words + excess;
         ASSERT_TRUE(folds(far_rung, total - total / 2, total / 2, false));
         for (Pattern a : hard_patterns)
@@ -107,7 +107,7 @@ TEST(FoldedProduct, IsExactWhereTheLowWordsArePutTogetherOfHalves) {
                 if (!KVNUM_HAVE_GMP && b == Pattern::random) return;
             }
     }
-    EXPECT_FALSE(folds(far_rung, 701, 700, false)) << "more than three quarters";
+    EXPECT_FALSE(folds(far_rung, 751, 750, false)) << "more than seven eighths";
 }
 
 TEST(FoldedProduct, IsExactOverTheLongRungsOwnLengths) {
@@ -131,7 +131,7 @@ TEST(FoldedProduct, IsChosenWhereItPays) {
     EXPECT_TRUE(folds(long_rung, 1101, 1100, false)) << "over a length of its own";
     EXPECT_FALSE(folds(long_rung, 1301, 1300, false)) << "more than a quarter";
     EXPECT_FALSE(folds(long_rung, 1040, 30, false)) << "an operand longer than the transform";
-    EXPECT_FALSE(folds(long_rung, 701, 700, false)) << "nearly the next length";
+    EXPECT_FALSE(folds(long_rung, 760, 760, false)) << "nearly the next length";
     const TransformPlan whole = short_rung.source().plan(64 * 801);
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, ~u64{0}, 1000).rung, nullptr) << "no scratch";
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, 1000, ~u64{0}).rung, nullptr) << "costs more";

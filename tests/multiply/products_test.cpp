@@ -102,6 +102,35 @@ TEST(LargeProducts, AreExactBeyondEveryLengthOfTheFft) {
     }
 }
 
+// By further moduli of every number and length, and where these end.
+TEST(LargeProducts, AreExactBeyondTheLongestLengthOfTheFft) {
+    if (!KVNUM_HAVE_GMP) GTEST_SKIP() << "no fast oracle";
+    Rng rng(106);
+    const auto levels = all_levels();
+    const u64 full = 24'576;
+    for (u64 eighths = 1; eighths <= 7; ++eighths)
+        for (u64 total : around({full + full / 8 * eighths})) {
+            const LevelScope cap(levels[rng.below(levels.size())]);
+            for (u64 LB : {total / 2, total - full}) {
+                check<u64>(total - LB, LB, rng);
+                check<u32>(LB, total - LB, rng);
+            }
+        }
+}
+
+// By halves, of lengths that differ by up to a sixteenth.
+TEST(LargeProducts, AreExactByHalves) {
+    if (!KVNUM_HAVE_GMP) GTEST_SKIP() << "no fast oracle";
+    Rng rng(107);
+    const auto levels = all_levels();
+    for (u64 total : around({46'080, 49'152, 52'224}))
+        for (u64 LB : {total / 2, total / 2 - rng.below(total / 64), total * 15 / 31, total * 15 / 31 - 1}) {
+            const LevelScope cap(levels[rng.below(levels.size())]);
+            check<u64>(total - LB, LB, rng);
+            check<u32>(LB, total - LB, rng);
+        }
+}
+
 // A little more than rows of the 31-bit transforms hold, with any number of tasks.
 TEST(LargeProducts, AreExactBeyondRowsOfThe31BitTransforms) {
     if (!KVNUM_HAVE_GMP) GTEST_SKIP() << "no fast oracle";

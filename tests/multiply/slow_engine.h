@@ -29,10 +29,14 @@ class SlowEngine final : public multiply::TransformEngine {
         plan.capacity_bits = plan.wrap_bits = plan.points * step_bits_;
         plan.wrap_sign = sign_;
         plan.table_bits = min_bits;
-        plan.operand_bytes = 16 + (plan.wrap_bits + 7) / 8 + 1;
-        plan.work_bytes = 3 * plan.points;
-        plan.product_bytes = plan.operand_bytes + plan.work_bytes;
-        plan.task_bytes = 5;
+        set_bytes(plan);
+        return plan;
+    }
+
+    multiply::TransformPlan plan_part(const multiply::TransformPlan& whole, u64 halvings) const override {
+        multiply::TransformPlan plan = whole;
+        plan.capacity_bits = plan.wrap_bits = whole.wrap_bits >> halvings;
+        set_bytes(plan);
         return plan;
     }
 
@@ -103,6 +107,13 @@ class SlowEngine final : public multiply::TransformEngine {
     }
 
   private:
+    static void set_bytes(multiply::TransformPlan& plan) {
+        plan.operand_bytes = 16 + (plan.wrap_bits + 7) / 8 + 1;
+        plan.work_bytes = 3 * plan.points;
+        plan.product_bytes = plan.operand_bytes + plan.work_bytes;
+        plan.task_bytes = 5;
+    }
+
     struct Header {
         u64 bytes;
         u64 tag;

@@ -53,6 +53,28 @@ void require_levels(const GlobalTwiddleTable& table, const FftParameters& row) {
     if (!ok) fatal_assertion(errors::invalid_parameters, location);
 }
 
+// TransformPlan::row: a row's index, and above it by how many halvings the transform is shorter.
+constexpr u64 halvings_at = 8;
+FftParameters row_of(const TransformPlan& plan) {
+    const FftParameters& row = fft_row(plan.row % (u64{1} << halvings_at));
+    return plan.row >> halvings_at == 0 ? row : shorter_fft(row, plan.row >> halvings_at);
+}
+TransformPlan plan_of(const FftParameters& row, u64 min_bits) {
+    TransformPlan p;
+    p.min_bits = min_bits;
+    p.capacity_bits = p.wrap_bits = row.capacity_bits;
+    p.wrap_sign = -1;
+    // 20 bytes a point in all: two operands, and a quarter of them for the packed product (at most 21/8 bytes a point)
+    // with room to align it.
+    p.operand_bytes = 8 * row.points;
+    p.work_bytes = 4 * row.points;
+    p.product_bytes = 12 * row.points;
+    p.table_bits = min_bits;
+    p.row = row.index;
+    p.points = row.points;
+    return p;
+}
+
 // One transform: its length, its kernels, how it is divided.
 struct Transform {
     const kernels::FloatState state;  // of the calling thread, as long as the transform is at work
@@ -61,7 +83,7 @@ struct Transform {
     u64 parts;
 
     Transform(const TransformPlan& plan, const GlobalTwiddleTable& table, u64 tasks)
-        : Transform(fft_row(plan.row), table, tasks) {}
+        : Transform(row_of(plan), table, tasks) {}
     Transform(const FftParameters& row, const GlobalTwiddleTable& table, u64 tasks)
         : kernels(kernels_for(row.points / 2)) {
         require_levels(table, row);
@@ -316,20 +338,13 @@ class FftEngine final : public TransformEngine {
   public:
     constexpr FftEngine() = default;
 
-    TransformPlan plan(u64 min_bits) const override {
-        const FftParameters& row = choose_fft(min_bits);
-        TransformPlan p;
-        p.min_bits = min_bits;
-        p.capacity_bits = p.wrap_bits = row.capacity_bits;
-        p.wrap_sign = -1;
-        // 20 bytes a point in all: two operands, and a quarter of them for the packed product (at most 21/8 bytes a
-        // point) with room to align it.
-        p.operand_bytes = 8 * row.points;
-        p.work_bytes = 4 * row.points;
-        p.product_bytes = 12 * row.points;
-        p.table_bits = min_bits;
-        p.row = row.index;
-        p.points = row.points;
+    TransformPlan plan(u64 min_bits) const override { return plan_of(choose_fft(min_bits), min_bits); }
+
+    TransformPlan plan_part(const TransformPlan& plan, u64 halvings) const override {
+        const FftParameters part = shorter_fft(row_of(plan), halvings);
+        if (part.points == 0) return {};
+        TransformPlan p = plan_of(part, part.capacity_bits);
+        p.row = plan.row + (halvings << halvings_at);
         return p;
     }
 

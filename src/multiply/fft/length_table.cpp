@@ -66,6 +66,17 @@ static_assert(table.back().capacity_bits == 17'179'869'184);
 
 FftParameters decode_fft_code(u64 code) { return decode(code); }
 
+FftParameters shorter_fft(const FftParameters& row, u64 halvings) {
+    // The shortest lengths of each radix.
+    const u64 least_points = row.radix == 1 ? 64 : row.radix == 3 ? 384 : 640;
+    if (row.points >> halvings < least_points) return {};
+    FftParameters part = decode(row.code - 4 * halvings);
+    part.bits = row.bits;
+    part.capacity_bits = row.capacity_bits >> halvings;
+    part.index = row.index;
+    return part;
+}
+
 const FftParameters& fft_row(u64 index) { return table[index]; }
 
 const FftParameters& choose_fft(u64 bits) {
