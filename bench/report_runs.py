@@ -39,13 +39,13 @@ class Plan:
         self.add("mul sqr", "gmp", "best avx2", PRODUCTS)
         self.add("mul sqr", "gmp", "avx512 scalar", SPARSE)
         self.add("mul sqr", "flint", "best avx2", [n for n in PRODUCTS if n >= 128])
-        self.add("mul", "gmp", "best avx2", [8_388_608], samples=3)
+        self.add("mul", "gmp", "best avx2", [8_388_608])
         self.add("mul", "flint", "best", [8_388_608], samples=3)
         self.add("sqr", "own", "best avx2", [n for n in PRODUCTS if n >= 12])
         for shape, sizes in UNBALANCED.items():
             self.add("mul", "gmp flint", "best avx2", sizes, shape=shape)
         self.add("mul", "gmp flint one_task", "best avx2", [1000, 2500, 5000, 12288, 32768, 131072, 1_048_576],
-                 threads=2)
+                 threads=2, samples=9)
         self.add("add_nr mul_nr", "gmp", "best", SUMS)
         self.add("int_add", "gmp flint", "best", SUMS)
         self.add("real_add", "gmp mpfr flint", "best", SUMS)
@@ -54,8 +54,10 @@ class Plan:
             self.add(" ".join(ops), peer, "best avx2", NUMBERS)
             self.add(" ".join(ops), peer, "best", [TEN_MILLION], samples=2)
         self.add("pi", "mpfr flint", "best avx2", PI, samples=3)
-        self.add("rcp div invsqrt pow write read pi pi_text", "own", "best avx2", [MILLION, TEN_MILLION])
-        self.add("sqr rcp div invsqrt pow write read pi_text", "one_task", "best", [MILLION, TEN_MILLION], threads=2)
+        self.add("rcp div invsqrt pow write read pi pi_text", "own", "best avx2", [MILLION, TEN_MILLION],
+                 samples=9)
+        self.add("sqr rcp div invsqrt pow write read pi_text", "one_task", "best", [MILLION, TEN_MILLION], threads=2,
+                 samples=9)
         self.add("mul sqr", "gmp flint", "best", MEMORY, memory=True)
         for peer, ops in number_ops.items():
             self.add(" ".join(ops), peer, "best", [MILLION, TEN_MILLION], memory=True)

@@ -1,7 +1,5 @@
 #include "multiply/fermat_product.h"
 
-#include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "kernels/linear.h"

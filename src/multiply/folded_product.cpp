@@ -26,7 +26,8 @@ struct Request {
     u64 linear_cost(u64 word_cost) const { return (150'000 + word_cost * (bits() / 64)) * tasks; }
 };
 
-constexpr u64 check_cost = 400;  // what the transform cannot check
+constexpr u64 check_cost = 400;               // what the transform cannot check
+constexpr u64 slowest_direct = u64{1} << 40;  // a second; transforms of such lengths take a fraction of that
 
 // By the lowest d words, formed once more.
 template <class W>
@@ -38,8 +39,8 @@ FoldPlan fold_by_low_words(const EngineRung& rung, const TransformPlan& plan, co
     const TransformPlan low = low_rung->source().plan(low_bits);
     if (one_shot_scratch_bytes(*low_rung, low, r.tasks) > r.scratch_bytes) return {};
     const u64 rounded = (d + halves - 1) / halves;
-    const u64 low_cost =
-        std::min(r.cost_of(transform_cost(*low_rung, low), low), r.tasks * direct_cost(rounded, rounded, r.square));
+    const u64 direct = std::min(direct_cost(rounded, rounded, r.square), slowest_direct) * r.tasks;
+    const u64 low_cost = std::min(r.cost_of(transform_cost(*low_rung, low), low), direct);
     return {&rung, low_rung, plan, r.linear_cost(check_cost) + low_cost};
 }
 
