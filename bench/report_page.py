@@ -24,7 +24,7 @@ REASONS = [
     ("mul sqr", "Scalar kernels: between Karatsuba's method and the transform GMP has Toom-Cook's."),
     ("rcp div", "Short reciprocals and quotients: by the schoolbook method, as the peers'; ours form a word more for "
      "the accuracy that is promised, check quotient, divisor and remainder against the dividend, and look at table and "
-     "scratch. At 100 words and with AVX2 Newton's steps go through transforms there."),
+     "scratch."),
     ("invsqrt", "Short roots: ours check each step by its residual."),
     ("pow", "Short powers: what a call costs beside one or two squarings."),
     ("add_nr int_add mul_nr", "Short sums: the choice of the kernel by a table, the entry into a loop of eight words, and "

@@ -9,14 +9,14 @@ namespace kvt::inverse {
 
 // Precisions below these, in words, are worked by the schoolbook method: as far as it is faster than Newton's steps,
 // measured on Zen 4, where those have the products in radix 2^52 and where they don't.
-inline constexpr u64 longest_short_quotient_words = 64;  // of 64 bits
+inline constexpr u64 longest_short_quotient_words = 104;  // of 64 bits
 template <class W>
 u64 reciprocal_quotient_limit() noexcept {
-    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 21 : 42) * (8 / sizeof(W));
+    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 21 : 54) * (8 / sizeof(W));
 }
 template <class W>
 u64 division_quotient_limit() noexcept {
-    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 36 : 64) * (8 / sizeof(W));
+    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 36 : 104) * (8 / sizeof(W));
 }
 
 // out = |a| / |b| to p words, which fit in longest_short_quotient_words - 1, in at most p + 2. Both normalised and

@@ -23,7 +23,7 @@ void copy_recent(W* out, const W* in, u64 n) noexcept {
 // Value: sum of w[i] * B^(exp + i), i < n. Zero is n = 0; a non-zero value has a non-zero top word unless said.
 template <class W>
 struct SmallFloat {
-    static constexpr u64 capacity_words = 68 * (8 / sizeof(W));
+    static constexpr u64 capacity_words = 108 * (8 / sizeof(W));
 
     W w[capacity_words];
     u64 n = 0;

@@ -37,7 +37,7 @@ TYPED_TEST_SUITE(ShortQuotients, Widths);
 
 TYPED_TEST(ShortQuotients, MeetTheirBoundForHardOperands) {
     using W = TypeParam;
-    const auto operands = hard_operands<W>({1, 2, 3, 4, 7, 12, 40, 140}, 2, 1);
+    const auto operands = hard_operands<W>({1, 2, 3, 4, 7, 12, 40, 140, 220}, 2, 1);
     constexpr u64 longest = longest_short_quotient_words * (8 / sizeof(W)) - 1;
     for (u64 p = 1; p <= longest; p += p < 12 ? 1 : p < 44 ? 3 : 8)
         for (u64 i = p % 3; i < operands.size(); i += 3)
