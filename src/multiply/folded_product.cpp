@@ -104,13 +104,15 @@ FoldPlan plan_fold(const EngineRung& rung, const TransformPlan& whole, u64 LA, u
         if (fold.rung == nullptr || fold.cost >= worth) return;
         if (best.rung == nullptr || fold.cost < best.cost) best = fold;
     };
-    // Over each length of `over` from `least_bits` on that is too short.
+    // Over each length of `over` from `least_bits` on that is too short. Its engine may have none beyond block_bits.
     const auto consider_lengths = [&](const EngineRung& over, u64 least_bits) {
-        const TransformEngine& engine = over.source();
         const u64 most_bits = std::min(bits - 1, over.block_bits);
-        for (TransformPlan plan = engine.plan(least_bits); plan.capacity_bits <= most_bits;
-             plan = engine.plan(plan.capacity_bits + 1))
+        while (least_bits <= most_bits) {
+            const TransformPlan plan = over.source().plan(least_bits);
+            if (plan.capacity_bits >= bits) return;
             consider(fold_over(over, plan, request));
+            least_bits = plan.capacity_bits + 1;
+        }
     };
     const EngineRung* shorter = rung.shorter;
     if (shorter != nullptr && bits <= longest_fold_bits(shorter->block_bits))
