@@ -3,6 +3,7 @@
 #include "multiply/folded_product.h"
 
 #include "frame/exceptions.h"
+#include "multiply/algorithms.h"
 #include "multiply/cost.h"
 #include "multiply/product_support.h"
 #include "multiply/slow_engine.h"
@@ -135,6 +136,18 @@ TEST(FoldedProduct, IsChosenWhereItPays) {
     const TransformPlan whole = short_rung.source().plan(64 * 801);
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, ~u64{0}, 1000).rung, nullptr) << "no scratch";
     EXPECT_EQ(plan_fold<u64>(short_rung, whole, 401, 400, false, 1000, ~u64{0}).rung, nullptr) << "costs more";
+}
+
+// The shorter rung may have no length beyond its reach to ask for.
+TEST(FoldedProduct, IsPlannedBeyondTheLastLengthOfEveryRung) {
+    for (const EngineRung* rung : {&ntt32_rung, &ntt64_rung})
+        for (u64 above : {1, 2, 1000})
+            for (u64 bits : {rung->shorter->block_bits, rung->shorter->block_bits / 8 * 15}) {
+                const u64 LA = bits / 128, LB = LA + above;
+                const TransformPlan whole = rung->source().plan(64 * (LA + LB));
+                const FoldPlan plan = plan_fold<u64>(*rung, whole, LB, LA, false, ~u64{0} >> 8, ~u64{0});
+                EXPECT_TRUE(plan.rung == nullptr || plan.transform.capacity_bits < 64 * (LA + LB));
+            }
 }
 
 // lo and hi next to each other are where the transform's result turns from 0 to its largest, 2^N = -1.
