@@ -16,7 +16,8 @@ u64 reciprocal_quotient_limit() noexcept {
 }
 template <class W>
 u64 division_quotient_limit() noexcept {
-    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 36 : 104) * (8 / sizeof(W));
+    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 36 : longest_short_quotient_words) *
+           (8 / sizeof(W));
 }
 
 // out = |a| / |b| to p words, which fit in longest_short_quotient_words - 1, in at most p + 2. Both normalised and

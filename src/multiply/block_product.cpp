@@ -11,12 +11,6 @@
 namespace kvt::multiply {
 namespace {
 
-const EngineRung& rung_for(const EngineRung& longest, u64 bits) {
-    const EngineRung* rung = &longest;
-    while (rung->shorter != nullptr && bits <= rung->shorter->block_bits) rung = rung->shorter;
-    return *rung;
-}
-
 // Room for LB words wherever the scratch starts.
 template <class W>
 u64 overlap_bytes(u64 LB) {

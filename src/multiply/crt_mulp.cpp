@@ -44,11 +44,6 @@ const ntt32::Row* wrapped_row(u64 L_bits) {
     return row != end && row->exponent < ntt32::prime_sets[row->set()].max_exponent ? row : nullptr;
 }
 
-void* aligned(void* memory, u64 alignment) {
-    const auto address = reinterpret_cast<std::uintptr_t>(memory);
-    return static_cast<u8*>(memory) + (0 - address) % alignment;
-}
-
 void check_lengths(u64 na, u64 nb, u64 L_bits) {
     if (L_bits % 32 != 0) fatal_exit("CRT_mulp(): Convolution length is not divisible by the word-size.");
     const u64 words = L_bits / 16;

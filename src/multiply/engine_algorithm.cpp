@@ -97,9 +97,11 @@ void form_part(const EngineRung& rung, const BasicParameters& params, bool squar
         run<W>(rung, params, {X, nx, Y, ny, out, 0, count}, false);
 }
 
+// a_residue: of job.A, modulo 2^61 - 1.
 template <class W>
-void check_product(const EngineRung& rung, const W* C, u64 L, u64 expected) {
-    if (kernels::residue_of_words(C, L) != expected)
+void check_product(const EngineRung& rung, const Job<W>& job, const W* C, u64 a_residue) {
+    const u64 b_residue = job.B == nullptr ? a_residue : kernels::residue_of_words(job.B, job.LB);
+    if (kernels::residue_of_words(C, job.length()) != kernels::residue_mul(a_residue, b_residue))
         raise_redundancy_failure(rung.location, "The product fails its check modulo 2^61 - 1.\n");
 }
 
@@ -128,8 +130,7 @@ void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, cons
     else
         unfold(C, n, d, low);
 
-    const u64 b_residue = job.B == nullptr ? a_residue.value : kernels::residue_of(b.bytes, b.n);
-    check_product(*fold.rung, C, n + d, kernels::residue_mul(a_residue.value, b_residue));
+    check_product(*fold.rung, job, C, a_residue.value);
 }
 
 // The product by halves, in C, which overlaps no operand.
@@ -138,11 +139,10 @@ void multiply_halves(const EngineRung& rung, const GlobalTwiddleTable& table, co
                      u64 scratch_bytes, u64 tasks) {
     const u64 l = (job.LA + 1) / 2, ha = job.LA - l, hb = job.LB - l;
     const u64 at = scratch_bytes - difference_bytes(job.length() * word_bits<W>);
-    const u64 misaligned = reinterpret_cast<std::uintptr_t>(memory + at) % alignof(W);
-    W* const S = reinterpret_cast<W*>(memory + at + (misaligned == 0 ? 0 : alignof(W) - misaligned));
+    W* const S = static_cast<W*>(aligned(memory + at, alignof(W)));
     const BasicParameters params{&table, memory, at, tasks};
     const auto form = [&](W* out, const W* X, u64 nx, const W* Y, u64 ny) {
-        const EngineRung& half_rung = (nx + ny) * word_bits<W> <= rung.shorter->block_bits ? *rung.shorter : rung;
+        const EngineRung& half_rung = rung_for(rung, (nx + ny) * word_bits<W>);
         form_part<W>(half_rung, params, job.B == nullptr, X, nx, Y, ny, out, nx + ny);
     };
     bool same_sign = true;
@@ -154,9 +154,7 @@ void multiply_halves(const EngineRung& rung, const GlobalTwiddleTable& table, co
     form(C + 2 * l, job.A + l, ha, B + l, hb);
     kernels::combine_halves(C, S, l, ha + hb, same_sign);
 
-    const u64 a = kernels::residue_of_words(job.A, job.LA);
-    const u64 b = job.B == nullptr ? a : kernels::residue_of_words(job.B, job.LB);
-    check_product(rung, C, job.length(), kernels::residue_mul(a, b));
+    check_product(rung, job, C, kernels::residue_of_words(job.A, job.LA));
 }
 
 template <class W>

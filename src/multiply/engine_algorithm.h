@@ -24,6 +24,13 @@ struct EngineRung {
     u64 odd_percent = 100, avx2_odd_percent = 100;
 };
 
+// The lowest rung from `longest` down that best forms products of so many bits.
+inline const EngineRung& rung_for(const EngineRung& longest, u64 bits) noexcept {
+    const EngineRung* rung = &longest;
+    while (rung->shorter != nullptr && bits <= rung->shorter->block_bits) rung = rung->shorter;
+    return *rung;
+}
+
 template <class W>
 class EngineAlgorithm final : public MultiplicationAlgorithm<W> {
   public:

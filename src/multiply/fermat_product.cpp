@@ -19,8 +19,7 @@ struct Layout {
     u8* transform;
 
     Layout(const FermatPlan& plan, u8* memory) {
-        const u64 misaligned = reinterpret_cast<std::uintptr_t>(memory) % alignof(W);
-        digits = reinterpret_cast<W*>(memory + (misaligned == 0 ? 0 : alignof(W) - misaligned));
+        digits = static_cast<W*>(aligned(memory, alignof(W)));
         x = digits;
         for (u64 i = 0; i < plan.count; ++i) x += unit_words(plan.transforms[i]);
         y = x + unit_words(plan.transforms[0]);
@@ -116,21 +115,19 @@ void complete_by_fermat(const TransformEngine& engine, const TransformPlan& firs
             length = m + 1;
             continue;
         }
-        const W low = digit[m + 1];
-        std::memmove(digit + m + 1, digit + m + 2, (length - 1) * sizeof(W));
-        add_multiple(digit, m, length, low);
+        const W top = digit[m];
+        std::memmove(digit + m, digit + m + 1, length * sizeof(W));
+        add_multiple(digit, m, length, top);
         length += m;
     }
-    const W low = digit[0];
-    std::memcpy(C + n + 1, digit + 1, (d - 1) * sizeof(W));
-    add_multiple(C, n, d, low);
+    const W top = C[n];
+    std::memcpy(C + n, digit, d * sizeof(W));
+    add_multiple(C, n, d, top);
 }
 
 template <class W>
-void add_multiple(W* C, u64 n, u64 d, W low) noexcept {
+void add_multiple(W* C, u64 n, u64 d, W top) noexcept {
     // The word above R is 1 for R = 2^N alone: then the words below take the sum without a carry.
-    const W top = C[n];
-    C[n] = low;
     u32 carry = kernels::add_ir(C, C + n, d, 0);
     carry = kernels::add1_ir(C + d, n - d, carry);
     kernels::add1_ir(C + n, d, carry | static_cast<u32>(top));

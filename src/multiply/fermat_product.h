@@ -29,8 +29,8 @@ template <class W>
 void complete_by_fermat(const TransformEngine& engine, const TransformPlan& first, const GlobalTwiddleTable& table,
                         const W* A, u64 LA, const W* B, u64 LB, W* C, u64 d, u8* memory, u64 tasks);
 
-// C[0..n] holds R and C[n+1..n+d) and `low` (its word 0) hold K: leaves R + (2^N + 1) K in C[0..n+d), which it fits.
+// C[0..n) and `top`, the word above, hold R, C[n..n+d) holds K: leaves R + (2^N + 1) K in C[0..n+d), which it fits.
 template <class W>
-void add_multiple(W* C, u64 n, u64 d, W low) noexcept;
+void add_multiple(W* C, u64 n, u64 d, W top) noexcept;
 
 }  // namespace kvt::multiply

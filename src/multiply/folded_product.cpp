@@ -34,14 +34,13 @@ template <class W>
 FoldPlan fold_by_low_words(const EngineRung& rung, const TransformPlan& plan, const Request<W>& r, u64 d) {
     constexpr u64 halves = 8 / sizeof(W);
     const u64 low_bits = 2 * d * word_bits<W>;
-    const EngineRung* low_rung = &rung;
-    while (low_rung->shorter != nullptr && low_bits <= low_rung->shorter->block_bits) low_rung = low_rung->shorter;
-    const TransformPlan low = low_rung->source().plan(low_bits);
-    if (one_shot_scratch_bytes(*low_rung, low, r.tasks) > r.scratch_bytes) return {};
+    const EngineRung& low_rung = rung_for(rung, low_bits);
+    const TransformPlan low = low_rung.source().plan(low_bits);
+    if (one_shot_scratch_bytes(low_rung, low, r.tasks) > r.scratch_bytes) return {};
     const u64 rounded = (d + halves - 1) / halves;
     const u64 direct = std::min(direct_cost(rounded, rounded, r.square), slowest_direct) * r.tasks;
-    const u64 low_cost = std::min(r.cost_of(transform_cost(*low_rung, low), low), direct);
-    return {&rung, low_rung, plan, r.linear_cost(check_cost) + low_cost};
+    const u64 low_cost = std::min(r.cost_of(transform_cost(low_rung, low), low), direct);
+    return {&rung, &low_rung, plan, r.linear_cost(check_cost) + low_cost};
 }
 
 // By further moduli.
@@ -129,9 +128,7 @@ void unfold(W* C, u64 n, u64 d, W low) noexcept {
     const W top = C[n];
     C[n] = low;
     kernels::sub_nr(C + n, C + n, C, d, 0);
-    const W first = C[n];
-    C[n] = top;
-    add_multiple(C, n, d, first);
+    add_multiple(C, n, d, top);
 }
 
 template <class W>

@@ -14,7 +14,7 @@ u64 halved_cost(const EngineRung& rung, u64 LA, u64 LB, bool square, u64 scratch
         bits > longest_halved_bits(rung.shorter->block_bits) || LB < LA - LA / 16)
         return none;
     if (rung.shorter->source().plan(rung.shorter->block_bits).wrap_sign != -1) return none;  // a small step there
-    const EngineRung& half_rung = 2 * l * word_bits<W> <= rung.shorter->block_bits ? *rung.shorter : rung;
+    const EngineRung& half_rung = rung_for(rung, 2 * l * word_bits<W>);
     const TransformPlan plan = half_rung.source().plan(2 * l * word_bits<W>);
     const u64 half_tasks = useful_tasks(tasks, plan.min_bits);
     const u64 half_bytes = one_shot_scratch_bytes(half_rung, plan, half_tasks);

@@ -2,6 +2,7 @@
 // What every user of a transform engine does before the first write: counts, sizes, checks.
 
 #include <algorithm>
+#include <cstdint>
 
 #include "frame/parameters.h"
 #include "multiply/engine.h"
@@ -16,6 +17,11 @@ Operand operand_of(const W* A, u64 L) {
 template <class W>
 Window window_of(W* C, u64 first, u64 count) {
     return {reinterpret_cast<u8*>(C), first * (sizeof(W) / 4), count * (sizeof(W) / 4)};
+}
+
+// The first address from `memory` on that is a multiple of `alignment`, a power of two.
+inline void* aligned(void* memory, u64 alignment) noexcept {
+    return static_cast<u8*>(memory) + (0 - reinterpret_cast<std::uintptr_t>(memory)) % alignment;
 }
 
 // Tasks that a product of so many bits can use; at least 1.

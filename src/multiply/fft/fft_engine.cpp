@@ -13,6 +13,7 @@
 #include "multiply/fft/fft_component.h"
 #include "multiply/fft/fft_table.h"
 #include "multiply/fft/length_table.h"
+#include "multiply/transform_checks.h"
 #include "threads/parallel.h"
 
 namespace kvt::multiply {
@@ -329,10 +330,7 @@ void finish(const Transform& t, double* x, u8* packed, Window out, const Residue
     if (!whole) store_window(t, p, out);
 }
 
-double* align_up(void* memory) {
-    const auto address = reinterpret_cast<std::uintptr_t>(memory);
-    return reinterpret_cast<double*>((address + 63) & ~std::uintptr_t{63});
-}
+double* align_up(void* memory) { return static_cast<double*>(aligned(memory, 64)); }
 
 class FftEngine final : public TransformEngine {
   public:
