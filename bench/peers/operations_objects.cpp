@@ -22,13 +22,19 @@ std::shared_ptr<Operands> addends(std::size_t n) {
     return x;
 }
 
+// The numbers' records are made beforehand, as the peers' are.
+Side our_sum(std::shared_ptr<Operands> x) {
+    struct Records {
+        BigInt_c64 out, a, b;
+    };
+    auto r = std::make_shared<Records>(Records{integer(x->ours), integer(x->a), integer(x->b)});
+    return repeated([x, r] { succeed(BigInt_c64_set_add(&r->out, &r->a, &r->b)); });
+}
+
 Comparison add_integers(const Setting& setting) {
     const std::size_t n = setting.words;
     auto x = addends(n);
-    return {repeated([x] {
-                BigInt_c64 out = integer(x->ours), a = integer(x->a), b = integer(x->b);
-                succeed(BigInt_c64_set_add(&out, &a, &b));
-            }),
+    return {our_sum(x),
             repeated([x, n] { mpn_add_n(limbs(x->theirs), limbs(x->a), limbs(x->b), static_cast<mp_size_t>(n)); }),
             [x] { return x->ours == x->theirs; }};
 }
@@ -105,11 +111,7 @@ Comparison add_integers_gmp(const Setting& setting) {
     auto g = std::make_shared<GmpNumbers>(*std::make_unique<Numbers>(setting));
     mpz_import(g->x, setting.words, -1, 8, 0, 0, x->a.data());
     mpz_import(g->y, setting.words, -1, 8, 0, 0, x->b.data());
-    return {repeated([x] {
-                BigInt_c64 out = integer(x->ours), a = integer(x->a), b = integer(x->b);
-                succeed(BigInt_c64_set_add(&out, &a, &b));
-            }),
-            repeated([g] { mpz_add(g->z, g->x, g->y); }), [x, g] {
+    return {our_sum(x), repeated([g] { mpz_add(g->z, g->x, g->y); }), [x, g] {
                 mpz_export(x->theirs.data(), nullptr, -1, 8, 0, 0, g->z);
                 return x->ours == x->theirs;
             }};
@@ -120,11 +122,7 @@ Comparison add_integers_flint(const Setting& setting) {
     auto f = std::make_shared<FlintNumbers>(*std::make_unique<Numbers>(setting));
     fmpz_set_ui_array(f->ix, x->a.data(), static_cast<slong>(setting.words));
     fmpz_set_ui_array(f->iy, x->b.data(), static_cast<slong>(setting.words));
-    return {repeated([x] {
-                BigInt_c64 out = integer(x->ours), a = integer(x->a), b = integer(x->b);
-                succeed(BigInt_c64_set_add(&out, &a, &b));
-            }),
-            repeated([f] { fmpz_add(f->iz, f->ix, f->iy); }), [x, f] {
+    return {our_sum(x), repeated([f] { fmpz_add(f->iz, f->ix, f->iy); }), [x, f] {
                 fmpz_get_ui_array(x->theirs.data(), static_cast<slong>(x->theirs.size()), f->iz);
                 return x->ours == x->theirs;
             }};

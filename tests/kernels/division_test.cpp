@@ -61,6 +61,31 @@ TEST(Division, QuotientAndRemainderAreThoseOfTheOracle) {
     }
 }
 
+// Words at the ends of their range, in the divisor, the digits and the remainder: there digits are corrected.
+TEST(Division, DigitsAreCorrected) {
+    for (const Levels levels : test::all_levels()) {
+        const test::LevelScope scope(levels);
+        test::Rng rng(2);
+        constexpr u64 top = u64{1} << 63;
+        constexpr u64 extremes[] = {0, 1, 2, top - 1, top, top + 1, ~u64{1}, ~u64{0}};
+        const auto fill = [&](std::vector<u64>& x) {
+            for (u64& word : x) word = rng.below(4) == 0 ? rng.next() : extremes[rng.below(8)];
+        };
+        for (u64 round = 0; round < test::rounds(20'000); ++round) {
+            const u64 n = 2 + rng.below(5);
+            std::vector<u64> D(n), q(n), rest(n), A(2 * n);
+            fill(D);
+            fill(q);
+            fill(rest);
+            D.back() |= top;
+            if (mpn_cmp(rest.data(), D.data(), n) >= 0) mpn_sub_1(rest.data(), D.data(), n, 1 + rng.below(3));
+            mpn_mul_n(A.data(), q.data(), D.data(), n);
+            mpn_add(A.data(), A.data(), 2 * n, rest.data(), n);
+            check(A, D);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace kvt::kernels
 #endif
