@@ -12,11 +12,11 @@ namespace kvt::inverse {
 inline constexpr u64 longest_short_quotient_words = 104;  // of 64 bits
 template <class W>
 u64 reciprocal_quotient_limit() noexcept {
-    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 21 : 54) * (8 / sizeof(W));
+    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 27 : 56) * (8 / sizeof(W));
 }
 template <class W>
 u64 division_quotient_limit() noexcept {
-    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 36 : longest_short_quotient_words) *
+    return (kernels::active_levels().vector == kernels::VectorLevel::avx512ifma ? 44 : longest_short_quotient_words) *
            (8 / sizeof(W));
 }
 
