@@ -24,8 +24,9 @@ struct alignas(64) Worker {
 
 namespace {
 
-// Rounds of looking for work before a thread sleeps, some ten microseconds in all.
-constexpr unsigned search_rounds = 24;
+// Rounds of looking for work before a thread sleeps, some hundred microseconds in all: what waking it takes the forks of a
+// product by several tasks.
+constexpr unsigned search_rounds = 150;
 
 void back_off(unsigned round) noexcept {
     for (unsigned i = 0, n = 1u << (round < 6 ? round : 6); i < n; ++i) platform::pause_briefly();
