@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The kvnum program from outside: program_test.py [LAUNCHER] PROGRAM. Python's own integers are the oracle."""
 
+import decimal
 import hashlib
 import json
 import math
@@ -9,6 +10,7 @@ import pathlib
 import random
 import re
 import select
+import signal
 import subprocess
 import sys
 import tempfile
@@ -172,6 +174,9 @@ class Program(unittest.TestCase):
             self.assertEqual((done.returncode, done.stdout), (2, b""), arguments)
             self.assertNotEqual(done.stderr, b"")
         self.assertEqual(self.run_program("--help").returncode, 0)
+        self.rejected("X: '-1' is no number below 2^64", "sqrt", "-1", "5")
+        self.rejected("N: '18446744073709551616' is no number below 2^64", "pow", good, str(2**64))
+        self.assertEqual(self.digits("pi", "010"), "3.1415926535")
 
     @unittest.skipIf(not pathlib.Path("/dev/full").exists(), "no device that is always full")
     def test_a_full_device_is_told(self):
@@ -179,6 +184,37 @@ class Program(unittest.TestCase):
         if len(COMMAND) == 1:  # the device is the host's
             self.rejected("/dev/full: cannot be written: No space left on device", "sqr", "--hex", good, "-o", "/dev/full")
             self.assertTrue(pathlib.Path("/dev/full").exists())
+
+    @unittest.skipIf(sys.platform == "win32", "links and limits of POSIX")
+    def test_outputs_that_are_special(self):
+        if len(COMMAND) > 1:
+            self.skipTest("the host's files")
+        good, target = self.file("good", "3"), self.file("target", "old")
+        os.symlink(target, self.path("link"))
+        self.assertEqual(self.run_program("sqr", good, "-o", "link").returncode, 0)
+        self.assertTrue(self.path("link").is_symlink())
+        self.assertEqual(self.path("target").read_bytes(), b"9\n")
+        self.path("folder.partial").mkdir()
+        self.assertEqual(self.run_program("sqr", good, "-o", "folder").returncode, 2)
+        self.assertTrue(self.path("folder.partial").is_dir(), "what stood there stays")
+        # Standard error that cannot be written changes nothing else.
+        shell = 'exec "$@" 2>/dev/full'
+        for arguments, status, out in ((["pi", "5"], 0, b"3.14159\n"), (["sqr", "none"], 2, b"")):
+            done = subprocess.run(["sh", "-c", shell, "sh", *COMMAND, *arguments], capture_output=True,
+                                  cwd=self.folder.name)
+            self.assertEqual((done.returncode, done.stdout), (status, out))
+        # A limit that the file passes.
+        done = subprocess.run(["sh", "-c", 'ulimit -f 1; exec "$@"', "sh", *COMMAND, "pi", "100000", "-o", "big"],
+                              capture_output=True, cwd=self.folder.name)
+        self.assertEqual((done.returncode, done.stderr), (2, b"kvnum: big: cannot be written: File too large\n"))
+        self.assertEqual(list(self.path(".").glob("big*")), [])
+        running = subprocess.Popen([*COMMAND, "pi", "30000000", "-o", "hung", "--quiet"], cwd=self.folder.name,
+                                   stderr=subprocess.DEVNULL)
+        while not self.path("hung.partial").exists():
+            time.sleep(0.01)
+        running.send_signal(signal.SIGHUP)
+        self.assertEqual(running.wait(), 130)
+        self.assertEqual(list(self.path(".").glob("hung*")), [])
 
     def test_same_product_for_any_number_of_threads(self):
         a = self.file("a", hashlib.shake_256(b"a").hexdigest(HUGE // 2))
@@ -280,7 +316,8 @@ class Program(unittest.TestCase):
             self.assertRegex(done.stderr, rb"\Akvnum: \d+ digits need [0-9.]+ MiB, more than the limit of [^\n]+\r?\n\Z")
             self.assertFalse(self.path("other").exists())
         self.digits("pi", "10", "--memory", "1G")
-        self.rejected("many is no amount of memory: 500M, 2G", "pi", "10", "--memory", "many")
+        for amount in ("many", "0.5"):
+            self.rejected(f"{amount} is no amount of memory: 500M, 2G", "pi", "10", "--memory", amount)
 
     def test_constants_are_told_what_is_wrong(self):
         self.rejected("log is there for 2 and 10", "log", "3", "10")
@@ -303,6 +340,15 @@ class Program(unittest.TestCase):
         self.assertEqual((done.returncode, done.stdout), (1, b""))
         self.assertIn(b"the second formula gives another value", done.stderr)
         self.assertFalse(self.path("out").exists())
+        # Long integer parts, small values, terms that cancel.
+        with decimal.localcontext() as context:
+            context.prec = 150
+            for n, digits in ((100, 10), (60, 10), (-60, 30), (-200, 100), (-30, 5)):
+                series = self.file("exp", f"p {'- ' if n < 0 else ''}{abs(n)}\nq k\nscale 7\n")
+                value = (7 * decimal.Decimal(n).exp()).quantize(decimal.Decimal(10) ** -digits, decimal.ROUND_DOWN)
+                self.assertEqual(self.digits("custom", str(digits), "--series", series), f"{value:f}", n)
+        self.rejected("the sum is below 10^-20 and stands below", "custom", "10", "--quiet", "--series",
+                      self.file("exp", "p - 60\nq k\ninvert\n"))
         self.rejected("custom is verified by another series: --against FILE",
                       "custom", "10", "--series", e, "--verify")
         for text, reason in {

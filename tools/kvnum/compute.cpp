@@ -21,32 +21,55 @@ constexpr std::uint64_t most_digits = 1'000'000'000'000'000;
 double decimal_digits(const ComputeRequest& request) {
     return static_cast<double>(request.digits) * (request.hex ? digits_per_hex_digit : 1.0) + 2 * guard_digits;
 }
+double decimal_digits(const ComputeRequest& request, const Formula& formula) {
+    return decimal_digits(request) + formula.extra;
+}
 
-std::uint64_t precision_of(const ComputeRequest& request) {
-    return kv::Real::words_for_digits(static_cast<std::uint64_t>(decimal_digits(request)) + 20);
+std::uint64_t precision_of(const ComputeRequest& request, const Formula& formula) {
+    return kv::Real::words_for_digits(static_cast<std::uint64_t>(decimal_digits(request, formula)) + 20);
 }
 
 std::string mebibytes(std::uint64_t bytes) {
     return fmt::format("{:.1f} MiB", static_cast<double>(bytes) / (1 << 20));
 }
 
+// The wanted digits of a number: its integer part with the sign, the point and the digits behind it. Zeros at the end may
+// be missing.
+struct Digits {
+    kv::Text text;
+    std::string before;
+    std::string_view after;
+
+    std::string last(std::size_t n) const {
+        const std::string_view end = after.substr(after.size() - std::min(after.size(), n));
+        return before.substr(before.size() - std::min(before.size(), n - end.size())) + std::string(end);
+    }
+};
+
 // The digits of x, cut behind the wanted ones. Guard digits of nothing but nines or zeros leave open whether the
 // digits before them are right; then there is no value.
-std::optional<kv::Text> digits_of(const kv::Real& x, const ComputeRequest& request, std::string_view* text) {
-    const std::uint64_t d = request.digits + guard_digits + 10;
-    kv::Text out = request.hex ? x.to_hex(d) : x.to_decimal(d);
-    const std::string_view all = out.view();
-    const std::size_t point = all.find('.');
-    if (point == std::string_view::npos) throw LibraryError("the text of a number has no point");
-    const std::string_view fraction = all.substr(point + 1);
-    const bool whole = fraction.find_first_not_of('0') == std::string_view::npos;
+std::optional<Digits> digits_of(const kv::Real& x, const ComputeRequest& request) {
+    // Digits are counted from the first one; below one that is the 1 which is added.
+    const bool proper = abs(x) < kv::Real(1, 1);
+    const kv::Real moved = proper ? abs(x) + kv::Real(1, x.precision()) : kv::Real();
+    const std::uint64_t integer_bits = proper ? 1 : x.to_integer().bits();
+    const double per_digit = request.hex ? 4 : std::log2(10.0);
+    const std::uint64_t d = request.digits + guard_digits + 10 +
+                            static_cast<std::uint64_t>(static_cast<double>(integer_bits) / per_digit) + 1;
+    const kv::Real& shown = proper ? moved : x;
+    Digits out{request.hex ? shown.to_hex(d) : shown.to_decimal(d), {}, {}};
+    const std::string_view all = out.text.view();
+    const std::size_t point = std::min(all.find('.'), all.size());
+    if (all.find_first_not_of("0123456789abcdef", all[0] == '-') < point)
+        throw LibraryError("the text of a number is not positional");
+    const std::string_view fraction = all.substr(std::min(point + 1, all.size()));
     const std::string_view guard = fraction.substr(std::min<std::size_t>(request.digits, fraction.size()));
-    if (!whole && guard.size() >= 5 &&
-        (guard.find_first_not_of('0') == std::string_view::npos ||
-         guard.find_first_not_of(request.hex ? 'f' : '9') == std::string_view::npos))
+    const bool whole = fraction.find_first_not_of('0') == std::string_view::npos;
+    out.before = !proper ? std::string(all.substr(0, point)) : x.sign() < 0 && !whole ? "-0" : "0";
+    if (!whole && (guard.find_first_not_of('0') == std::string_view::npos ||
+                   (guard.size() >= 5 && guard.find_first_not_of(request.hex ? 'f' : '9') == std::string_view::npos)))
         return std::nullopt;
-    *text =
-        all.substr(0, point + (request.digits != 0 ? 1 : 0) + std::min<std::size_t>(request.digits, fraction.size()));
+    if (!fraction.empty()) out.after = all.substr(point, 1 + std::min<std::size_t>(request.digits, fraction.size()));
     return out;
 }
 
@@ -59,7 +82,7 @@ void require_agreement(const kv::Real& x, const kv::Real& y, const ComputeReques
 }
 
 kv::Real evaluate(const Formula& formula, Progress& progress, const ComputeRequest& request) {
-    Workshop shop{progress, precision_of(request), decimal_digits(request)};
+    Workshop shop{progress, precision_of(request, formula), decimal_digits(request, formula)};
     kv::Real value = formula.evaluate(shop);
     kv::Context::current().release();
     return value;
@@ -80,14 +103,14 @@ void print_summary(const Summary& s) {
         phases += fmt::format("{}{} {:.3f}", phases.empty() ? "" : ", ", phase.name, phase.seconds);
     const std::string checks =
         s.request.verify ? "every product; second formula (" + s.constant.second.name + ") agrees" : "every product";
-    fmt::print(stderr,
-               "{:<10}{}, {} {} digits after the point\n{:<10}{}\n{:<10}{:.3f} s: {}\n{:<10}{} at its peak, {} "
-               "foreseen\n{:<10}{}, {}\n{:<10}{}\n{:<10}{}\n",
-               "constant", s.constant.name, s.request.digits, s.request.hex ? "hexadecimal" : "decimal", "formula",
-               s.constant.first.name, "time", s.progress.seconds(), phases, "memory", mebibytes(peak_memory_bytes()),
-               mebibytes(s.foreseen), "threads", context.tasks(), kv::Context::framework(), "checks", checks, "last",
-               s.last);
-    if (!s.file.empty()) fmt::print(stderr, "{:<10}{}\n", "file", s.file);
+    tell(
+        fmt::format("{:<10}{}, {} {} digits after the point\n{:<10}{}\n{:<10}{:.3f} s: {}\n{:<10}{} at its peak, {} "
+                    "foreseen\n{:<10}{}, {}\n{:<10}{}\n{:<10}{}\n",
+                    "constant", s.constant.name, s.request.digits, s.request.hex ? "hexadecimal" : "decimal",
+                    "formula", s.constant.first.name, "time", s.progress.seconds(), phases, "memory",
+                    mebibytes(peak_memory_bytes()), mebibytes(s.foreseen), "threads", context.tasks(),
+                    kv::Context::framework(), "checks", checks, "last", s.last));
+    if (!s.file.empty()) tell(fmt::format("{:<10}{}\n", "file", s.file));
 }
 
 std::string json_text(std::string_view text) {
@@ -106,15 +129,14 @@ void print_json(const Summary& s) {
     std::string phases;
     for (const Phase& phase : s.progress.phases())
         phases += fmt::format("{}{}: {:.6f}", phases.empty() ? "" : ", ", json_text(phase.name), phase.seconds);
-    fmt::print(
-        stderr,
+    tell(fmt::format(
         "{{\"constant\": {}, \"digits\": {}, \"base\": {}, \"formula\": {}, \"seconds\": {:.6f}, \"phases\": "
         "{{{}}}, \"peak_bytes\": {}, \"foreseen_bytes\": {}, \"threads\": {}, \"framework\": {}, \"verified\": "
         "{}, \"last\": {}, \"file\": {}}}\n",
         json_text(s.constant.name), s.request.digits, s.request.hex ? 16 : 10, json_text(s.constant.first.name),
         s.progress.seconds(), phases, peak_memory_bytes(), s.foreseen, kv::Context::current().tasks(),
         json_text(kv::Context::framework()), s.request.verify, json_text(s.last),
-        s.file.empty() ? "null" : json_text(s.file));
+        s.file.empty() ? "null" : json_text(s.file)));
 }
 
 }  // namespace
@@ -124,12 +146,14 @@ void print_json(const Summary& s) {
 // the allocator keeps of small blocks and the tables of the process.
 std::uint64_t memory_foreseen(const Constant& constant, const ComputeRequest& request) {
     using enum kv::Real::Operation;
-    const std::uint64_t p = precision_of(request), number = 8 * (p + 4), tasks = kv::Context::current().tasks();
+    const std::uint64_t p = std::max(precision_of(request, constant.first),
+                                     request.verify ? precision_of(request, constant.second) : 0),
+                        number = 8 * (p + 4), tasks = kv::Context::current().tasks();
     const std::uint64_t kept = request.verify ? number : 0;
     std::uint64_t sums = 0;
     auto add_sums = [&](const Formula& formula) {
         for (const Series& series : formula.sums) {
-            const std::uint64_t terms = terms_needed(series, decimal_digits(request));
+            const std::uint64_t terms = terms_needed(series, decimal_digits(request, formula));
             const std::uint64_t before = formula.sums.size() > 1 ? number : 0;
             sums = std::max(sums, before + sum_bytes(series, terms, p, tasks));
         }
@@ -138,8 +162,9 @@ std::uint64_t memory_foreseen(const Constant& constant, const ComputeRequest& re
     if (request.verify) add_sums(constant.second);
     const std::uint64_t division = 3 * number + kv::Real::bytes_needed(divide, p).total();
     const std::uint64_t newton = 4 * number + kv::Real::bytes_needed(kv::Real::Operation::sqrt, p).total();
-    const std::uint64_t digits = request.digits + guard_digits + 10;
-    const std::uint64_t text = number + kv::Real::bytes_needed(request.hex ? to_hex : to_decimal, digits).total();
+    const std::uint64_t digits =
+        request.digits + guard_digits + 11 + static_cast<std::uint64_t>(constant.first.extra);
+    const std::uint64_t text = 2 * number + kv::Real::bytes_needed(request.hex ? to_hex : to_decimal, digits).total();
     const std::uint64_t most = kept + std::max({sums, division, newton, text});
     return most + most / 16 + (std::uint64_t{32} << 20) + (tasks * 4 << 20);
 }
@@ -163,8 +188,7 @@ void compute(const Constant& constant, const ComputeRequest& request) {
     std::string last;
     {
         Progress progress(!request.quiet && is_terminal(stderr), weight);
-        std::optional<kv::Text> text;
-        std::string_view digits;
+        std::optional<Digits> digits;
         {
             const kv::Real value = evaluate(constant.first, progress, request);
             if (request.verify) {
@@ -172,26 +196,29 @@ void compute(const Constant& constant, const ComputeRequest& request) {
                 require_agreement(value, again, request);
             }
             progress.begin("text", text_weight);
-            text = digits_of(value, request, &digits);
+            digits = digits_of(value, request);
         }
-        if (!text) {
+        if (!digits) {
             progress.end();
-            throw LibraryError("the digits end within a long run of equal digits: ask for a few more or less");
+            throw LibraryError(
+                "the digits end within a long run of equal digits, or the value ends: ask for a few more "
+                "or less");
         }
         kv::Context::current().release();
         progress.begin("writing", 0);
-        out.write(digits);
+        out.write(digits->before);
+        out.write(digits->after);
         // A whole number has no more digits of its own.
-        const std::size_t point = digits.find('.');
-        const std::uint64_t there = point == std::string_view::npos ? 0 : digits.size() - point - 1;
+        const std::uint64_t there = digits->after.empty() ? 0 : digits->after.size() - 1;
         if (there < request.digits)
-            out.write((point == std::string_view::npos ? "." : "") + std::string(request.digits - there, '0'));
+            out.write((digits->after.empty() ? "." : "") + std::string(request.digits - there, '0'));
         out.write("\n");
         out.finish();
         progress.end();
-        last = digits.substr(digits.size() - std::min<std::size_t>(digits.size(), last_digits));
+        last = digits->last(last_digits);
         if (terminal && !file.empty() && request.output.empty())
-            fmt::print("{}... {} digits ...{}\n", digits.substr(0, 52), request.digits, last);
+            fmt::print("{}{}... {} digits ...{}\n", digits->before, digits->after.substr(0, 51), request.digits,
+                       last);
         std::fflush(stdout);
         if (!request.quiet) {
             // The bar goes before the summary comes.

@@ -25,11 +25,13 @@ struct Workshop {
 
 //   weight   roughly what it takes, in products of full length; for the progress bar
 //   sums     the series that it sums, for the memory that it takes
+//   extra    decimal digits that it needs beyond those behind the point: of the integer part, and what terms cancel
 struct Formula {
     std::string name;
     double weight;
     std::function<kv::Real(Workshop&)> evaluate;
     std::vector<Series> sums = {};
+    double extra = 0;
 };
 
 struct Constant {

@@ -3,14 +3,13 @@
 #include <fmt/format.h>
 
 #include <bit>
-#include <cerrno>
-#include <charconv>
-#include <cstring>
-#include <fstream>
+#include <cmath>
 #include <map>
 #include <sstream>
 
 #include "failure.h"
+#include "files.h"
+#include "numbers.h"
 
 namespace program {
 namespace {
@@ -27,8 +26,7 @@ class Reader {
     explicit Reader(const std::string& file) : file_(file) {}
 
     Description read() {
-        std::ifstream stream(file_);
-        if (!stream) throw UserError(fmt::format("{}: cannot be read: {}", file_, std::strerror(errno)));
+        std::istringstream stream(read_text(file_));
         bool has_q = false;
         for (std::string line; std::getline(stream, line);) {
             ++line_;
@@ -72,11 +70,9 @@ class Reader {
     }
 
     std::uint64_t number(std::string_view text) const {
-        std::uint64_t out = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out);
-        if (error != std::errc() || end != text.data() + text.size())
-            fail(fmt::format("'{}' is no number below 2^64", text));
-        return out;
+        const std::optional<std::uint64_t> number = whole_number(text);
+        if (!number) fail(fmt::format("'{}' is no number below 2^64", text));
+        return *number;
     }
 
     // "-", a number, or a factor: k, k^3, (6k-5), (2k+1)^5.
@@ -136,6 +132,10 @@ class Reader {
 
 Formula formula_from_file(const std::string& file) {
     const Description d = Reader(file).read();
+    // Digits of the sum that what stands below it multiplies errors by, where it is small.
+    constexpr double least_below = 20;
+    const double extra =
+        integer_digits(d.series) + std::log10(static_cast<double>(d.scale)) + (d.invert ? 2 * least_below : 0);
     return {file,
             40,
             [d](Workshop& shop) {
@@ -143,6 +143,11 @@ Formula formula_from_file(const std::string& file) {
                 kv::Real &above = d.invert ? s.denominator : s.numerator,
                          &below = d.invert ? s.numerator : s.denominator;
                 if (below.is_zero()) throw UserError("the series is zero and stands below");
+                if (d.invert) {
+                    kv::Real least = above;
+                    least.scale(-static_cast<std::int64_t>(least_below * std::log2(10.0)));
+                    if (abs(below) < abs(least)) throw UserError("the sum is below 10^-20 and stands below");
+                }
                 below.multiply_word(d.divisor);
                 kv::Real out = shop.quotient(std::move(above), below);
                 s = Fraction();
@@ -150,7 +155,8 @@ Formula formula_from_file(const std::string& file) {
                 if (d.root != 1) out *= shop.inv_sqrt(d.root);
                 return out;
             },
-            {d.series}};
+            {d.series},
+            extra};
 }
 
 }  // namespace program

@@ -53,7 +53,9 @@ struct Position {
     throw UserError(fmt::format("{}, line {}, column {}: {}", name_of(file), at.line, at.column, reason));
 }
 
-std::string read_all(const std::string& file) {
+}  // namespace
+
+std::string read_text(const std::string& file) {
     File opened;
     std::FILE* stream = stdin;
     if (file == "-") {
@@ -81,6 +83,8 @@ std::string read_all(const std::string& file) {
     return text;
 }
 
+namespace {
+
 bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
@@ -93,7 +97,7 @@ std::string show(char c) {
 }  // namespace
 
 std::string read_operand(const std::string& file, bool hex) {
-    std::string text = read_all(file);
+    std::string text = read_text(file);
     std::size_t kept = 0;         // characters kept so far, at the start of the text
     std::size_t first_digit = 0;  // where the digits begin among them
     bool prefixed = false;
@@ -119,20 +123,44 @@ std::string read_operand(const std::string& file, bool hex) {
     return text;
 }
 
-OutputFile::OutputFile(const std::string& name) : name_(name) {
+namespace {
+
+bool is_of_the_system(const std::filesystem::path& path) {
+    const std::string name = path.generic_string();
+    return name.starts_with("/dev/") || name.starts_with("/proc/");
+}
+
+// Where links lead; what lies in the system's own folders is a link of its own kind, and stays.
+std::filesystem::path target_of(const std::string& name) {
+    std::filesystem::path path = name;
+    std::error_code failure;
+    for (int links = 0; links < 40 && !is_of_the_system(path); ++links) {
+        const std::filesystem::path next = std::filesystem::read_symlink(path, failure);
+        if (failure) break;
+        path = path.parent_path() / next;
+    }
+    return path;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& name) : name_(name), target_(name) {
     if (name.empty()) {
         use_bytes(stdout);
         stream_ = stdout;
         return;
     }
+    const std::filesystem::path target = target_of(name);
+    target_ = target.string();
     std::error_code ignored;
-    const bool device = std::filesystem::exists(name, ignored) && !std::filesystem::is_regular_file(name, ignored);
-    if (!device) {
-        partial_ = name + ".partial";
-        set_partial_file(partial_);
-    }
-    stream_ = std::fopen(device ? name_.c_str() : partial_.c_str(), "wb");
+    const bool device = is_of_the_system(target) || (std::filesystem::exists(target, ignored) &&
+                                                     !std::filesystem::is_regular_file(target, ignored));
+    const std::string written = device ? target_ : target_ + ".partial";
+    stream_ = std::fopen(written.c_str(), "wb");
     if (stream_ == nullptr) fail(errno);
+    if (device) return;
+    partial_ = written;
+    set_partial_file(partial_);
 }
 
 OutputFile::~OutputFile() { discard(); }
@@ -160,7 +188,7 @@ void OutputFile::finish() {
     if (!written) fail(error);
     if (partial_.empty()) return;
     std::error_code failure;
-    std::filesystem::rename(partial_, name_, failure);
+    std::filesystem::rename(partial_, target_, failure);
     if (failure) fail(failure.value());
     set_partial_file("");
     partial_.clear();
@@ -180,6 +208,11 @@ void OutputFile::discard() {
     std::filesystem::remove(partial_, ignored);
     set_partial_file("");
     partial_.clear();
+}
+
+void finish_standard_output() {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw UserError(fmt::format("standard output: cannot be written: {}", std::strerror(errno)));
 }
 
 void write_result(const std::string& file, std::string_view text) {

@@ -7,6 +7,9 @@
 
 namespace program {
 
+// A whole file. Throws UserError with file, line, column and reason.
+std::string read_text(const std::string& file);
+
 // The digits of an operand: an optional sign, an optional 0x in hexadecimal, at least one digit; white space and line
 // breaks, which may stand anywhere, are dropped. Throws UserError with file, line, column (both from 1, columns in
 // bytes) and reason.
@@ -29,9 +32,13 @@ class OutputFile {
     [[noreturn]] void fail(int error);
     void discard();
 
-    std::string name_, partial_;  // partial_ is empty for standard output and devices
+    std::string name_, target_;  // target_: where links lead
+    std::string partial_;        // empty for standard output and devices
     std::FILE* stream_ = nullptr;
 };
+
+// What was printed has been written; throws UserError where it could not be.
+void finish_standard_output();
 
 // Writes the text and a line end.
 void write_result(const std::string& file, std::string_view text);

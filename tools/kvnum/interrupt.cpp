@@ -54,6 +54,11 @@ void end_on_interrupt() {
     action.sa_handler = handle;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    // A terminal that is closed, unless the caller wants the program to outlive it.
+    struct sigaction before {};
+    if (sigaction(SIGHUP, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);
+    // A file beyond the caller's limit is told as an error of the write.
+    std::signal(SIGXFSZ, SIG_IGN);
 #endif
 }
 

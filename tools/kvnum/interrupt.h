@@ -1,5 +1,5 @@
 #pragma once
-// Ctrl-C: the program ends at once, with exit status 130, and removes the file it is writing.
+// Ctrl-C, a closed terminal: the program ends at once, with exit status 130, and removes the file it is writing.
 
 #include <string>
 

@@ -14,7 +14,9 @@
 #include "compute.h"
 #include "custom.h"
 #include "failure.h"
+#include "files.h"
 #include "interrupt.h"
+#include "numbers.h"
 #include "progress.h"
 #include "self_benchmark.h"
 
@@ -49,7 +51,7 @@ std::uint64_t bytes_of(const std::string& text) {
         power = static_cast<int>(at) + 1;
     }
     const double bytes = std::ldexp(number, 10 * power);
-    if (!(number > 0) || bytes > 1e18) throw UserError(text + " is no amount of memory: 500M, 2G");
+    if (!(bytes >= 1) || bytes > 1e18) throw UserError(text + " is no amount of memory: 500M, 2G");
     return static_cast<std::uint64_t>(bytes);
 }
 
@@ -91,19 +93,22 @@ class CommandLine {
         add_operation("mul", "the product of two integers", 2, &multiply);
         add_operation("sqr", "the square of an integer", 1, &square);
         add_operation("div", "the quotient and the remainder of two integers, a line each", 2, &divide);
-        add_operation("pow", "a power of an integer", 1, &power)
-            ->add_option("N", request.arithmetic.exponent, "exponent")
-            ->required();
+        add_number(add_operation("pow", "a power of an integer", 1, &power), "N", request.arithmetic.exponent,
+                   "exponent");
         add_operation("convert", "decimal to hexadecimal, with --hex the other way", 1, &convert);
         CLI::App* info = app.add_subcommand("info", "version, kernels and tuning of the library");
         info->final_callback([] {
             SetConsoleSink(nullptr, nullptr);
             PrintVersionInfo();
             CompilationOptions();
+            finish_standard_output();
         });
         CLI::App* bench = app.add_subcommand("bench", "times of products, division, text and pi, a few seconds");
         add_thread_options(bench);
-        bench->final_callback([this] { with_context(request, self_benchmark); });
+        bench->final_callback([this] {
+            with_context(request, self_benchmark);
+            finish_standard_output();
+        });
     }
 
     CLI::App app{
@@ -114,8 +119,8 @@ class CommandLine {
     template <class Make>
     CLI::App* add_constant(const char* name, const char* description, Make make, bool has_argument = false) {
         CLI::App* command = app.add_subcommand(name, description);
-        if (has_argument) command->add_option("X", request.radicand)->required();
-        command->add_option("DIGITS", request.compute.digits, "digits after the point")->required();
+        if (has_argument) add_number(command, "X", request.radicand);
+        add_number(command, "DIGITS", request.compute.digits, "digits after the point");
         command->add_flag("--verify", request.compute.verify, "compute it by a second formula, and compare");
         command->add_option("--memory", request.memory, "refuse to start where more may be needed, as 500M or 2G")
             ->type_name("LIMIT");
@@ -145,6 +150,16 @@ class CommandLine {
         return command;
     }
 
+    // CLI11 would take -1 for 2^64 - 1, and 010 for eight.
+    void add_number(CLI::App* command, const char* name, std::uint64_t& out, const char* description = "") {
+        const auto read = [name, &out](const std::string& text) {
+            const std::optional<std::uint64_t> number = whole_number(text);
+            if (!number) throw UserError(fmt::format("{}: '{}' is no number below 2^64", name, text));
+            out = *number;
+        };
+        command->add_option_function<std::string>(name, read, description)->required()->type_name("UINT");
+    }
+
     void add_common_options(CLI::App* command, const char* hex) {
         command->add_flag("--hex", request.arithmetic.hex, hex);
         command->add_option("-o,--output", request.arithmetic.output, "write the result into FILE")
@@ -169,7 +184,7 @@ int main(int argc, char** argv) {
     return_long_numbers();
     end_on_interrupt();
     auto fail = [](int status, const std::string& reason) {
-        fmt::print(stderr, "kvnum: {}\n", reason);
+        tell(fmt::format("kvnum: {}\n", reason));
         return status;
     };
     CommandLine line;

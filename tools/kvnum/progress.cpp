@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "failure.h"
+
 #ifdef _WIN32
 #include <io.h>
 #include <windows.h>
@@ -98,14 +100,10 @@ void Progress::draw() {
     const std::string line =
         fmt::format("[{}{}] {:3} %  {:<14} {}", std::string(filled, '#'), std::string(bar_columns - filled, '.'),
                     static_cast<int>(100 * whole), name_, left);
-    fmt::print(stderr, "\r{:<{}}\r{}", "", line_columns, line);
-    std::fflush(stderr);
+    tell(fmt::format("\r{:<{}}\r{}", "", line_columns, line));
 }
 
-void Progress::clear() {
-    fmt::print(stderr, "\r{:<{}}\r", "", line_columns);
-    std::fflush(stderr);
-}
+void Progress::clear() { tell(fmt::format("\r{:<{}}\r", "", line_columns)); }
 
 #ifdef _WIN32
 

@@ -167,11 +167,8 @@ double log10_of(const Product& product, double n) {
     double out = n * std::log10(static_cast<double>(product.constant));
     for (const Factor& factor : product.factors) {
         const double m = static_cast<double>(factor.multiplier), shift = static_cast<double>(factor.addend) / m;
-        if (factor.multiplier == 0)
-            out += factor.power * n * std::log10(static_cast<double>(factor.addend));
-        else
-            out += factor.power *
-                   (n * std::log10(m) + (std::lgamma(n + 1 + shift) - std::lgamma(1 + shift)) / std::log(10.0));
+        out += factor.power *
+               (n * std::log10(m) + (std::lgamma(n + 1 + shift) - std::lgamma(1 + shift)) / std::log(10.0));
     }
     return out;
 }
@@ -252,6 +249,17 @@ std::uint64_t terms_needed(const Series& series, double digits) {
         (digits_after(series, middle) < goal ? low : high) = middle;
     }
     return static_cast<std::uint64_t>(high) + 2;
+}
+
+double integer_digits(const Series& series) {
+    // The terms grow up to some place and fall from there on, but for the polynomial, which is slow.
+    double most = 0;
+    for (double n = 0, rising = 0; rising < 64 && n < 1e17; n += std::max(1.0, std::floor(n / 64))) {
+        const double digits = -digits_after(series, n);
+        rising = digits < most ? rising + 1 : 0;
+        most = std::max(most, digits);
+    }
+    return most + 2;
 }
 
 std::uint64_t work_units(std::uint64_t terms) {

@@ -35,6 +35,9 @@ struct Fraction {
 // Terms after which the rest is below 10^-digits. Throws UserError for a series that does not converge.
 std::uint64_t terms_needed(const Series& series, double digits);
 
+// Decimal digits of the integer part of the largest term, at most.
+double integer_digits(const Series& series);
+
 // Sums the terms at that precision in words: integers are exact until they outgrow it. Runs on the tasks of the
 // current Context. done counts up to work_units(terms).
 Fraction sum_series(const Series& series, std::uint64_t terms, std::uint64_t precision,
