@@ -17,7 +17,7 @@ configure_and_build() {
     mkdir -p "$(dirname "$log")"
     if ! (cd "$root" && cmake --preset "$preset" && cmake --build --preset "$preset" --parallel "$jobs" \
         ${1:+--target "$@"}) >"$log" 2>&1; then
-        grep -E -A12 'error|Error|FAILED' "$log" | head -n 80 >&2 || tail -n 40 "$log" >&2
+        { grep -E -A12 'error|Error|FAILED' "$log" || tail -n 40 "$log"; } | head -n 80 >&2 || true
         say "building '$preset' failed; all output: $log"
         return 1
     fi
