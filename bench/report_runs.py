@@ -6,6 +6,7 @@ import json
 import os
 import pathlib
 import re
+import shlex
 import subprocess
 import tempfile
 
@@ -71,11 +72,16 @@ class Plan:
                 for op in ops.split():
                     self.runs.append((op, peer, isa, sizes, options))
 
-    def run(self, folder, wanted):
+    def operations(self):
+        return {run[0] for run in self.runs} | {"program"}
+
+    def run(self, wanted):
+        """By name of the file that keeps them: the rows of the wanted operations, of all if none is named."""
+        measured = {}
         runs = [run for run in self.runs if not wanted or run[0] in wanted]
         seconds = 0.02 if self.quick else 0.25
         for i, (op, peer, isa, sizes, options) in enumerate(runs):
-            rows = folder / ("memory.csv" if options.get("memory") else "speed.csv")
+            rows = measured.setdefault("memory.csv" if options.get("memory") else "speed.csv", [])
             with tempfile.TemporaryDirectory() as temporary:
                 out = pathlib.Path(temporary) / "rows.csv"
                 command = [PEERS, "--op", op, "--peer", peer, "--isa", isa, "--sizes", ",".join(map(str, sizes)),
@@ -84,9 +90,12 @@ class Plan:
                     command += ["--" + name] + ([] if value is True else [value])
                 print(f"[{i + 1}/{len(runs)}]", *command[1:-2], flush=True)
                 subprocess.run([str(word) for word in command], check=True, stdout=subprocess.DEVNULL)
-                keep(rows, list(csv.DictReader(out.open())))
+                rows += csv.DictReader(out.open())
+        if not wanted or "program" in wanted:
+            measured["program.csv"] = self.run_program()
+        return measured
 
-    def run_program(self, folder):
+    def run_program(self):
         """Pi with its text by the program itself: time by phase, peak memory and what it had foreseen."""
         rows = []
         for digits in [10_000] if self.quick else [1_000_000, 10_000_000, 100_000_000]:
@@ -100,14 +109,14 @@ class Plan:
                 rows.append({"digits": digits, "threads": threads, "seconds": round(summary["seconds"], 3),
                              "peak_bytes": summary["peak_bytes"], "foreseen_bytes": summary["foreseen_bytes"],
                              "last_digits": summary["last"]})
-        write_rows(folder / "program.csv", rows)
+        return rows
 
 
-KEY = ("op", "peer", "isa", "word_isa", "threads", "words_a", "words_b")
+KEY = ("op", "peer", "isa", "word_isa", "threads", "words_a", "words_b", "digits")  # "digits": the program's rows
 
 
 def key(row):
-    return tuple(row[name] for name in KEY)
+    return tuple(str(row.get(name)) for name in KEY)
 
 
 def read_rows(path):
@@ -121,11 +130,12 @@ def write_rows(path, rows):
         out.writerows(rows)
 
 
-def keep(path, rows):
-    """The rows that are there, with these in place of those of the same key."""
+def replace_rows(path, rows, ops):
+    """Puts the rows in place of those that are kept of these operations; the others stay, each in its place."""
+    new = {key(row): row for row in rows}
+    kept = {key(row): row for row in read_rows(path) if key(row) in new or row.get("op", "program") not in ops}
     if rows:
-        merged = {key(row): row for row in read_rows(path)} | {key(row): row for row in rows}
-        write_rows(path, list(merged.values()))
+        write_rows(path, list((kept | new).values()))
 
 
 def output_of(command):
@@ -153,6 +163,13 @@ def describe_machine():
     }
 
 
+def machine_with_rows_of(ops, old, new):
+    """The old description with the commit of these rows, and with what else was different when they were measured."""
+    parts = [new["Commit"], new["Date"]] + [f"{name}: {value}" for name, value in new.items()
+                                            if name not in ("Commit", "Date") and old.get(name) != value]
+    return old | {f"Rows of {op}": "; ".join(parts) for op in ops}
+
+
 def vector_kernels():
-    match = re.search(r"Vector Kernels:\s+(.*)", output_of(f"{PROGRAM} info"))
+    match = re.search(r"Vector Kernels:\s+(.*)", output_of(f"{shlex.quote(str(PROGRAM))} info"))
     return match.group(1) if match else "unknown"
