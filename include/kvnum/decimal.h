@@ -20,7 +20,8 @@
 extern "C" {
 #endif
 
-/* Sizes for an integer of L words: the character buffer and the scratch memory, in bytes. */
+/* Sizes for an integer of L words: the character buffer and the scratch memory, in bytes. Fewer words may need more
+ * scratch, and so may fewer digits of a float. */
 ExceptionWrapper* BigInt_c32_to_string_dec_sizes(uint64_t* buffer_bytes, uint64_t* scratch_bytes, uint64_t L,
                                                  uint64_t tasks);
 ExceptionWrapper* BigInt_c64_to_string_dec_sizes(uint64_t* buffer_bytes, uint64_t* scratch_bytes, uint64_t L,
@@ -32,7 +33,8 @@ ExceptionWrapper* BigInt_c32_to_string_dec(const BasicParameters* params, char**
 ExceptionWrapper* BigInt_c64_to_string_dec(const BasicParameters* params, char** result, char* buffer,
                                            const BigInt_c64* x);
 
-/* Sizes for reading a text of so many characters: words of the result, bytes of scratch. */
+/* Sizes for reading a text of so many characters: words of the result, bytes of scratch. A shorter text may need more
+ * scratch: ask for the length that is read. */
 ExceptionWrapper* BigInt_c32_set_string_dec_sizes(uint64_t* out_words, uint64_t* scratch_bytes, uint64_t chars,
                                                   uint64_t tasks);
 ExceptionWrapper* BigInt_c64_set_string_dec_sizes(uint64_t* out_words, uint64_t* scratch_bytes, uint64_t chars,
@@ -53,7 +55,8 @@ ExceptionWrapper* BigFloat_c64_to_string_dec_sizes(uint64_t* buffer_bytes, uint6
 
 /* d significant decimal digits of x, truncated: within one unit in the last digit. Positional notation ("123.",
  * "0.000123") where the digits reach the point, else one digit before it and an exponent ("-1.5 *10^ 42"). The two
- * widths may choose differently for numbers just below 1.   Source: text/decimal.cpp */
+ * widths may choose differently for numbers just below 1. The process ends where x is beyond about 2^(2^48) or below
+ * 2^-(2^48).   Source: text/decimal.cpp */
 ExceptionWrapper* BigFloat_c32_to_string_dec(const BasicParameters* params, char** result, char* buffer,
                                              const BigFloat_c32* x, uint64_t d);
 ExceptionWrapper* BigFloat_c64_to_string_dec(const BasicParameters* params, char** result, char* buffer,
@@ -66,7 +69,7 @@ ExceptionWrapper* BigFloat_c64_set_string_dec_sizes(uint64_t* out_words, uint64_
                                                     uint64_t p, uint64_t tasks);
 
 /* out = the number written at text, to p words however short the text: exact where it fits in p words, else farther from
- * zero by less than one unit in word p from the top, so that its truncated digits are those that were read. An optional
+ * zero by less than one unit in word p from the top (p = 0 counts as 1), so that its truncated digits are those that were read. An optional
  * sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".   Source: text/read_float.cpp */
 ExceptionWrapper* BigFloat_c32_set_string_dec(const BasicParameters* params, BigFloat_c32* out, const char* text,
                                               uint64_t chars, uint64_t p);
@@ -78,7 +81,7 @@ ExceptionWrapper* BigFloat_c32_to_string_hex_sizes(uint64_t* buffer_bytes, uint6
 ExceptionWrapper* BigFloat_c64_to_string_hex_sizes(uint64_t* buffer_bytes, uint64_t d);
 
 /* d significant hexadecimal digits of x, truncated; notations as in decimal ("a.bc *16^ -7", the exponent in decimal
- * and a power of 16).   Source: text/hexadecimal.cpp */
+ * and a power of 16). Errors: "Generic Exception" (code 6) for an exponent beyond 2^58 words either way.   Source: text/hexadecimal.cpp */
 ExceptionWrapper* BigFloat_c32_to_string_hex(char** result, char* buffer, const BigFloat_c32* x, uint64_t d);
 ExceptionWrapper* BigFloat_c64_to_string_hex(char** result, char* buffer, const BigFloat_c64* x, uint64_t d);
 

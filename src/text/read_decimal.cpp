@@ -244,11 +244,17 @@ u64 read_decimal_bytes(u64 digits, u64 tasks) {
 }
 
 template <class W>
-u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count, u64 residue) {
+u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digits, u64 count, u64 queried,
+                        u64 residue) {
     const u64 n = (count + Decimal<W>::digits - 1) / Decimal<W>::digits;
     if (n < shortest_split_words) return read_rows(out, digits + count, count, 0, n);
     RadixPlan<W> plan;
     plan_reading(plan, count, params.tasks);
+    if (plan.scratch_bytes() > params.memory_bytes && queried > count) {
+        // Longer numbers may need less; their levels serve shorter ones too.
+        plan_reading(plan, queried, params.tasks);
+        plan.digit_words = n;
+    }
     const GlobalTwiddleTable* table = params.table;
     if (plan.levels > 0) table = &multiply::require_table(params, plan.level[plan.levels - 1].transform, location);
     const u64 needed = plan.scratch_bytes();
@@ -271,7 +277,7 @@ void set_string_dec(const BasicParameters& params, objects::BigInt<W>& out, cons
     while (i < end && text[i] == '0') ++i;
     if (i == end) return objects::set_zero(out);
     require_capacity(out.buffer_size, decimal_words<W>(end - i), location);
-    out.L = read_decimal_digits(params, out.buffer, text + i, end - i, residue);
+    out.L = read_decimal_digits(params, out.buffer, text + i, end - i, chars, residue);
     out.T = out.buffer;
     out.sign = sign;
 }
@@ -280,8 +286,8 @@ template u64 decimal_words<u32>(u64) noexcept;
 template u64 decimal_words<u64>(u64) noexcept;
 template u64 read_decimal_bytes<u32>(u64, u64);
 template u64 read_decimal_bytes<u64>(u64, u64);
-template u64 read_decimal_digits(const BasicParameters&, u32*, const char*, u64, u64);
-template u64 read_decimal_digits(const BasicParameters&, u64*, const char*, u64, u64);
+template u64 read_decimal_digits(const BasicParameters&, u32*, const char*, u64, u64, u64);
+template u64 read_decimal_digits(const BasicParameters&, u64*, const char*, u64, u64, u64);
 template void set_string_dec(const BasicParameters&, objects::BigInt<u32>&, const char*, u64);
 template void set_string_dec(const BasicParameters&, objects::BigInt<u64>&, const char*, u64);
 

@@ -11,7 +11,6 @@
 #include "objects/words.h"
 #include "text/digits.h"
 #include "text/number_text.h"
-#include "text/radix.h"
 #include "text/radix_plan.h"
 #include "text/read_decimal.h"
 #include "text/truncation.h"
@@ -28,6 +27,12 @@ constexpr const char* hex_location = "BigFloat::set_string_hex()";
 // Guard words of the scaling by a power of ten: 10^k is formed with a relative error below k * B^-(q+1), k < 2^60.
 template <class W>
 constexpr u64 guard_words = 64 / word_bits<W> + 1;
+
+// At least one word: settle() raises the word behind the units.
+template <class W>
+u64 working_precision(u64 p) noexcept {
+    return std::max<u64>(inverse::clamp_precision(p), 1) + guard_words<W>;
+}
 
 // Digits that matter at a precision of q words; the others are dropped.
 template <class W>
@@ -71,7 +76,7 @@ void settle(BigFloat<W>& x, u64 p) {
 
 template <class W>
 ReadSizes read_float_sizes(u64 chars, u64 p, u64 tasks) {
-    const u64 q = inverse::clamp_precision(p) + guard_words<W>;
+    const u64 q = working_precision<W>(p);
     const u64 digits = used_digits<W>(chars, q);
     const u64 products =
         std::max(inverse::transform_bytes<W>(2 * q + 6, tasks), inverse::transform_bytes<W>(q + 9, tasks));
@@ -83,7 +88,7 @@ template <class W>
 void set_string_dec(const BasicParameters& params, BigFloat<W>& out, const char* text, u64 chars, u64 p) {
     const NumberText number = parse_number(text, chars, 10, dec_location);
     if (number.significant_digits() == 0) return objects::set_zero(out);
-    const u64 q = inverse::clamp_precision(p) + guard_words<W>;
+    const u64 q = working_precision<W>(p);
     const u64 digits = used_digits<W>(number.significant_digits(), q);
     const Layout<W> layout = layout_of<W>(digits, q);
     require_capacity(out.buffer_size, q + 3, dec_location);
@@ -104,7 +109,7 @@ void set_string_dec(const BasicParameters& params, BigFloat<W>& out, const char*
 
     number.copy_digits(digit_text, digits);
     const u64 residue = scan_decimal_digits(digit_text, 0, digits).residue;
-    const u64 length = read_decimal_digits(rest, number_words, digit_text, digits, residue);
+    const u64 length = read_decimal_digits(rest, number_words, digit_text, digits, used_digits<W>(chars, q), residue);
     const BigFloat<W> M{number_words, length, 0, number.positive, number_words, length};
     const i64 exponent = number.exponent - static_cast<i64>(number.fraction_digits) +
                          static_cast<i64>(number.significant_digits() - digits);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -318,6 +319,24 @@ TYPED_TEST(DecimalText, ShortFractionsAreReadToFullPrecision) {
             EXPECT_LT(mpz_cmpabs(error, scale), 0) << "p " << p << " text " << text;
             mpz_clears(scale, error, nullptr);
         }
+    }
+}
+
+// Without a word asked for: the units and what is behind them all the same.
+TYPED_TEST(DecimalText, NumbersAreReadAtPrecisionZero) {
+    using W = TypeParam;
+    for (const char* text : {"1.1", "0.7", "12345.5", "-4294967295.9"}) {
+        const u64 chars = std::strlen(text);
+        const ReadSizes sizes = read_float_sizes<W>(chars, 0, 1);
+        const test::FencedBytes memory(sizes.scratch_bytes);
+        test::FencedWords<W> out(sizes.out_words);
+        objects::BigFloat<W> y{nullptr, 0, 0, true, out.data(), out.size()};
+        set_string_dec(parameters(memory, 100 * word_bits<W>), y, text, chars, 0);
+        double value = 0;
+        for (u64 i = y.L; i-- > 0;)
+            value += std::ldexp(static_cast<double>(y.T[i]),
+                                static_cast<int>((y.exp + static_cast<i64>(i)) * word_bits<W>));
+        EXPECT_NEAR(y.sign ? value : -value, std::atof(text), 1e-4) << text;
     }
 }
 

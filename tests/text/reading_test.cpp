@@ -11,7 +11,9 @@
 #include "support/fenced.h"
 #include "support/levels.h"
 #include "support/operands.h"
+#include "text/radix.h"
 #include "text/read_decimal.h"
+#include "text/read_float.h"
 
 #if KVNUM_HAVE_GMP
 #include <gmp.h>
@@ -60,6 +62,55 @@ TEST(Reading, EveryLevelAgreesOverItsLengths) {
     for (u64 d = 20000; d < 500000 && !HasFatalFailure(); d += d * rng.between(10, 60) / 100) at(d, d % 3);
     for (u64 d : {558000, 600000, 669000}) at(d, static_cast<unsigned>(d / 1000 % 2));
     mpz_clear(want);
+}
+
+// Scratch falls at some lengths: a sign or zeros in front make the text one of a length that needs less than its digits.
+template <class W>
+void check_falls(u64 tasks) {
+    Rng rng(42);
+    mpz_t want;
+    mpz_init(want);
+    unsigned falls = 0;
+    for (u64 n = 48; n < 40000; ++n) {
+        const u64 count = n * Decimal<W>::digits;
+        const u64 needed = read_decimal_bytes<W>(count, tasks);
+        for (u64 chars : {count + 1, count + count / 5}) {
+            if (read_decimal_bytes<W>(chars, tasks) >= needed || (falls > 6 && n % 1000 != 0)) continue;
+            ++falls;
+            std::string text(chars, '0');
+            for (u64 i = chars - count; i < chars; ++i) text[i] = static_cast<char>('1' + rng.below(9));
+            if (chars == count + 1) text[0] = '+';
+            mpz_set_str(want, text.c_str() + (chars - count), 10);
+            check<W>(text, want, tasks);
+        }
+    }
+    EXPECT_GT(falls, 0u);
+    mpz_clear(want);
+}
+
+TEST(Reading, TheScratchOfALengthServesFewerDigits) {
+    multiply::ensure_global_table(u64{3} << 20);
+    for (u64 tasks : {1, 4}) {
+        check_falls<u64>(tasks);
+        check_falls<u32>(tasks);
+    }
+}
+
+TEST(Reading, TheScratchOfAFloatsLengthServesFewerDigits) {
+    constexpr u64 n = 35199, p = n;
+    multiply::ensure_global_table((2 * n + 64) * 64);
+    const std::string digits(n * Decimal<u64>::digits, '7'), text = "+" + digits;
+    const ReadSizes sizes = read_float_sizes<u64>(text.size(), p, 2);
+    ASSERT_LT(sizes.scratch_bytes, read_float_sizes<u64>(digits.size(), p, 2).scratch_bytes);
+    const FencedBytes memory(sizes.scratch_bytes);
+    FencedWords<u64> out(sizes.out_words), whole(decimal_words<u64>(digits.size()));
+    objects::BigFloat<u64> x{nullptr, 0, 0, true, out.data(), out.size()};
+    set_string_dec({multiply::global_table(), memory.data(), memory.size(), 2}, x, text.data(), text.size(), p);
+    const FencedBytes more(read_decimal_bytes<u64>(digits.size(), 1));
+    objects::BigInt<u64> y{nullptr, 0, true, whole.data(), whole.size()};
+    set_string_dec({multiply::global_table(), more.data(), more.size(), 1}, y, digits.data(), digits.size());
+    ASSERT_EQ(x.exp, 0);
+    EXPECT_EQ(std::vector<u64>(x.T, x.T + x.L), std::vector<u64>(y.T, y.T + y.L));
 }
 
 }  // namespace

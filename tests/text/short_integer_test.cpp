@@ -49,7 +49,7 @@ void check_both_ways(const std::vector<u64>& words) {
     EXPECT_EQ(run.end, want.size());
     EXPECT_EQ(run.residue, kernels::residue_of(words.data(), 2 * words.size()));
     test::FencedWords<u64> out(decimal_words<u64>(want.size()));
-    const u64 n = read_decimal_digits<u64>({}, out, characters, want.size(), run.residue);
+    const u64 n = read_decimal_digits<u64>({}, out, characters, want.size(), want.size(), run.residue);
     std::vector<u64> value(out.data(), out.data() + n), trimmed = words;
     while (!trimmed.empty() && trimmed.back() == 0) trimmed.pop_back();
     while (!value.empty() && value.back() == 0) value.pop_back();
