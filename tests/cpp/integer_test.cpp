@@ -132,6 +132,26 @@ TEST(CppInteger, ShiftsArePowersOfTwo) {
     }
 }
 
+TEST(CppInteger, ZeroTakesAnyShift) {
+    Integer zero;
+    zero <<= UINT64_MAX;
+    EXPECT_TRUE(zero.is_zero());
+}
+
+TEST(CppInteger, ScratchOfATextServesItsDigits) {
+    const std::string digits(7201, '7');
+    EXPECT_EQ(Integer("-" + digits), -Integer(digits));
+}
+
+TEST(CppText, MovedFromIsEmpty) {
+    kv::Text a = Integer(12345).to_decimal(), b = std::move(a);
+    EXPECT_EQ(b.view(), "12345");
+    EXPECT_TRUE(a.view().empty());
+    a = std::move(b);
+    EXPECT_EQ(a.view(), "12345");
+    EXPECT_TRUE(b.view().empty());
+}
+
 TEST(CppInteger, TextsBothWays) {
     Rng rng(4);
     for (std::uint64_t i = 0; i < kvt::test::rounds(60); ++i) {
@@ -209,6 +229,38 @@ TEST(CppContext, PairsShareTasksAndCarryFailures) {
         EXPECT_THROW(context.run_pair([] { Integer(1) / Integer(0); }, [&] { other = true; }), kv::Error);
         EXPECT_TRUE(other) << framework;
         EXPECT_EQ(&kv::Context::current(), &context);
+    }
+}
+
+TEST(CppContext, PairsOfOneTaskHaveContextsToo) {
+    kv::Context context(1);
+    const kv::Context *first = nullptr, *second = nullptr;
+    EXPECT_THROW(context.run_pair(
+                     [&] {
+                         first = &kv::Context::current();
+                         Integer(1) / Integer(0);
+                     },
+                     [&] { second = &kv::Context::current(); }),
+                 kv::Error);
+    EXPECT_NE(first, &context);
+    ASSERT_NE(second, nullptr) << "both run before an exception is thrown";
+    EXPECT_NE(second, &context);
+    EXPECT_EQ(&kv::Context::current(), &context);
+}
+
+// What the header says of cover() holds for the sizes that operations ask for.
+TEST(CppContext, CoverSufficesForAllOperations) {
+    for (std::uint64_t n : {1, 2, 9, 100, 5000}) {
+        const std::uint64_t bits = 64 * (2 * n + 64), characters = 19 * n + 1;
+        std::uint64_t words;
+        EXPECT_LE(kv::IntegerOperations::product_need(n, n).table_bits, bits);
+        EXPECT_LE(kv::IntegerOperations::quotient_need(n, &words).table_bits, bits);
+        EXPECT_LE(kv::IntegerOperations::decimal_need(n, &words).table_bits, bits);
+        EXPECT_LE(kv::IntegerOperations::reading_need(characters, &words).table_bits, bits);
+        EXPECT_LE(kv::RealOperations::full_product_need(n + 1).table_bits, bits);
+        EXPECT_LE(kv::RealOperations::newton_need<BigFloatR_c64_div_sizes>(n, &words).table_bits, bits);
+        EXPECT_LE(kv::RealOperations::decimal_need(characters, &words).table_bits, bits);
+        EXPECT_LE(kv::RealOperations::read_need(characters, n, &words).table_bits, bits);
     }
 }
 

@@ -75,7 +75,9 @@ struct Need {
 // it is destroyed; without one they use a single task. Contexts of a thread end in the reverse order of their making.
 //
 // The table of roots and the parallel framework belong to the process. The table grows on demand, which only one
-// thread may do while no other one computes: before several threads compute, cover() the longest product of them all.
+// thread may do while no other one computes. Before several threads compute, cover(64 * (2 * n + 64)): n the most
+// words of any number, precision or result of a power, 19 characters of a text counting as a word. No operation asks
+// for more.
 class Context {
   public:
     // tasks: parallel tasks that an operation may use; framework: a built-in name (kvnum/threads.h), null: as it is.
@@ -124,15 +126,15 @@ class Context {
     // with its share of the tasks. Returns when both have ended; an exception of theirs is thrown then.
     template <class First, class Second>
     void run_pair(First&& first, Second&& second) {
-        if (tasks_ < 2) {
-            first();
-            second();
-            return;
-        }
         Side<First> a{first, tasks_ - tasks_ / 2, nullptr};
         Side<Second> b{second, tasks_ / 2, nullptr};
-        const ActionCallback one{Side<First>::run, &a}, two{Side<Second>::run, &b};
-        dll_RunInParallel_BasicAction(&one, &two);
+        if (tasks_ < 2) {
+            Side<First>::run(&a);
+            Side<Second>::run(&b);
+        } else {
+            const ActionCallback one{Side<First>::run, &a}, two{Side<Second>::run, &b};
+            dll_RunInParallel_BasicAction(&one, &two);
+        }
         if (b.failure) std::rethrow_exception(b.failure);
         if (a.failure) std::rethrow_exception(a.failure);
     }
@@ -206,6 +208,12 @@ inline Context& Context::current() {
 class Text {
   public:
     explicit Text(std::uint64_t capacity) : buffer_(new char[capacity]) {}
+    Text(Text&& other) noexcept : buffer_(std::move(other.buffer_)), text_(std::exchange(other.text_, {})) {}
+    Text& operator=(Text&& other) noexcept {
+        buffer_ = std::move(other.buffer_);
+        text_ = std::exchange(other.text_, {});
+        return *this;
+    }
 
     std::string_view view() const { return text_; }
     std::string str() const { return std::string(text_); }

@@ -77,6 +77,7 @@ class Integer : public detail::Owner<BigInt_c64> {
     Integer& operator/=(const Integer& b) { return *this = *this / b; }
     Integer& operator%=(const Integer& b) { return *this = *this % b; }
     Integer& operator<<=(std::uint64_t bits) {
+        if (is_zero()) return *this;
         reserve(record_.L + bits / 64 + 1);
         detail::check(BigInt_c64_shl(get(), bits));
         return *this;
