@@ -12,7 +12,9 @@
  *
  * Returns NULL, or an ExceptionWrapper; out is then undefined. Errors: "Buffer is too small.", "Lookup table is too
  * small.", a division by zero, and "..: Computation Failed" or "..: Convergence Failure" when an iteration's own check
- * finds a fault (of the machine, or of a product): such a result is reported and never returned.
+ * finds a fault (of the machine, or of a product): such a result is reported and never returned. The process ends where
+ * the top word of x, or of a divisor, is zero; where the scratch is short in a root; and where it is short in rcp, div
+ * or a negative power with p below 10 (in a negative power below 2 * p + 9 words are refused first).
  *
  * Threads: calls with their own out, scratch and memory may run together.
  *
@@ -60,7 +62,8 @@ ExceptionWrapper* BigFloatR_c64_invsqrt_uW_sizes(uint64_t* out_words, uint64_t* 
                                                  uint64_t* transform_bytes, uint64_t p, uint64_t tasks);
 
 /* out = x^n of one word; 0^0 = 1. Squarings are truncated to p + 2 words, so the relative error is below
- * 2 * n * B^-(p+1); exact while the power fits.   Source: inverse/power.cpp */
+ * 2 * n * B^-(p+1); exact while the power fits. Errors: "Generic Exception" (code 6) where x^n may have 2^62 words above
+ * the point: n * (bits of x) / W >= 2^62.   Source: inverse/power.cpp */
 ExceptionWrapper* BigFloatR_c32_pow_uW_uL(const BasicParameters* params, BigFloat_c32* out, uint32_t x, uint64_t n,
                                           uint64_t p, const ProgressSink* sink);
 ExceptionWrapper* BigFloatR_c32_pow_uW_uL_sizes(uint64_t* out_words, uint64_t* transform_bytes, uint64_t p,

@@ -67,6 +67,15 @@ void power_on_stack(BigFloat<W>& out, W x, u64 n, u64 K, const ProgressSink* sin
     out.exp = exp;
 }
 
+// The word exponent of x^n, which is squared and joined with others', stays below 2^62.
+template <class W>
+void require_exponent(W x, u64 n) {
+    if (n >> 56 == 0) return;
+    const auto bits = static_cast<unsigned __int128>(n) * static_cast<unsigned>(std::bit_width(x));
+    if (bits / word_bits<W> >= u64{1} << 62)
+        raise_generic(errors::unsupported_value, "BigFloatR_pow_uW_uL()", "The power's exponent is too large.");
+}
+
 template <class W>
 bool fits_on_stack(u64 K) noexcept {
     return K <= most_stack_words * (8 / sizeof(W)) &&
@@ -86,6 +95,7 @@ void power(const BasicParameters& params, BigFloat<W>& out, W x, u64 n, u64 p, c
     out.sign = true;
     out.T[0] = start;
     if (n < 2 || start < 2) return;  // 0 and 1 are their own powers
+    require_exponent(x, n);
 
     const u64 K = objects::kept_words(p);
     if (fits_on_stack<W>(K) && K < out.buffer_size) return power_on_stack(out, x, n, K, sink);

@@ -95,6 +95,9 @@ char* to_string_hex(char* buffer, const objects::BigFloat<W>& x, u64 d) {
         std::memcpy(buffer, "0.", 3);
         return buffer;
     }
+    constexpr i64 farthest = i64{1} << 58;
+    if (x.exp < -farthest || x.exp > farthest)
+        raise_generic(errors::unsupported_value, "to_string_hex()", "The exponent is too large.");
     d = std::max<u64>(d, 1);
     const objects::BigFloat<W> top = objects::top_words(x, d / hex_digits<W> + 2);
     char* digits = buffer + FloatString::headroom;

@@ -80,6 +80,32 @@ TYPED_TEST(InverseFailures, ZeroOperands) {
     }
 }
 
+TYPED_TEST(InverseFailures, PowersBeyondTheExponentsAreRefused) {
+    using W = TypeParam;
+    constexpr const char* text = "The power's exponent is too large.";
+    const ExpectedError too_large{6, "Generic Exception", "BigFloatR_pow_uW_uL()", text, text};
+    const W most = static_cast<W>(~W{0});
+    for (u64 p : {4, 60}) {
+        Bench<W> bench(2 * p);
+        Number<W> out = bench.result(200);
+        for (u64 n : {u64{1} << 62, ~u64{0}})
+            expect_error(too_large, [&] { power<W>(bench.params, out, most, n, p, nullptr); });
+        expect_error(too_large,
+                     [&] { power_signed<W>(bench.params, out, most, INT64_MIN, p, bench.scratch(400), nullptr); });
+    }
+    // Just below, either way: powers of two are exact.
+    Bench<W> bench(4);
+    Number<W> out = bench.result(200);
+    constexpr i64 words = i64{1} << 55;
+    power_signed<W>(bench.params, out, W{16}, -words * (word_bits<W> / 4), 4, bench.scratch(400), nullptr);
+    EXPECT_EQ(out.exp + static_cast<i64>(out.L), 1 - words);
+    EXPECT_EQ(out.T[out.L - 1], 1u);
+    const u64 n = (u64{1} << 62) - 1;
+    power<W>(bench.params, out, most, n, 4, nullptr);
+    EXPECT_GT(out.exp + static_cast<i64>(out.L), static_cast<i64>(n - (n >> 28)));
+    EXPECT_LE(out.exp + static_cast<i64>(out.L), static_cast<i64>(n));
+}
+
 TYPED_TEST(InverseFailures, ShortBuffersLeaveTheResultUntouched) {
     using W = TypeParam;
     for (u64 p : {0, 1, 5, 9, 10, 20}) {
@@ -138,7 +164,7 @@ SmallFloat<W> falsified(SmallFloat<W> R, W num, unsigned halvings) {
     for (unsigned i = 0; i < halvings; ++i) {
         R.exp -= 1;
         scale(R, static_cast<W>(W{1} << (word_bits<W> - 1)));
-        R.trim_low();
+        while (R.w[0] == 0) R.drop_low(1);
     }
     return R;
 }

@@ -8,6 +8,7 @@
 #include "frame/exceptions.h"
 #include "objects/owned.h"
 #include "support/console_capture.h"
+#include "support/expected_error.h"
 #include "text/hexadecimal.h"
 #include "text/read_float.h"
 
@@ -39,6 +40,17 @@ TYPED_TEST(HexadecimalFloatTest, Notations) {
     const i64 digits = word_bits<W> / 4;
     EXPECT_EQ(written(*OwnedBigFloat<W>({0xabc}, 3, true), 2), "a.b *16^ " + std::to_string(3 * digits + 2));
     EXPECT_EQ(written(*OwnedBigFloat<W>({0xabc}, -4, false), 9), "-a.bc *16^ -" + std::to_string(4 * digits - 2));
+}
+
+TYPED_TEST(HexadecimalFloatTest, ExponentsThatHaveNoTextAreRefused) {
+    using W = TypeParam;
+    constexpr i64 farthest = i64{1} << 58;
+    EXPECT_EQ(written(*OwnedBigFloat<W>({5}, farthest, true), 1),
+              "5. *16^ " + std::to_string(farthest * (word_bits<W> / 4)));
+    for (i64 exp : {farthest + 1, -farthest - 1})
+        test::expect_error(
+            {6, "Generic Exception", "to_string_hex()", "The exponent is too large.", "to_string_hex()"},
+            [&] { written(*OwnedBigFloat<W>({5}, exp, true), 1); });
 }
 
 TYPED_TEST(HexadecimalFloatTest, ReadsBackWhatItWrites) {
