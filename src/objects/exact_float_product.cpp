@@ -21,6 +21,7 @@ constexpr const char* mul_location = "ExactFloat::set_mul()";
 
 template <class W>
 void set_zero(ExactFloat<W>& out) noexcept {
+    out.T = out.buffer;
     out.L = 0;
     out.exp = 0;
     out.hash = 0;

@@ -163,6 +163,16 @@ TYPED_TEST(ExactFloatTest, ProductsKeepEveryWord) {
     }
 }
 
+TYPED_TEST(ExactFloatTest, AProductOfZeroStartsAtItsBuffer) {
+    using W = TypeParam;
+    const auto A = this->random(3), zero = this->random(0);
+    OwnedExactFloat<W> product(3);
+    product->T = product->buffer + 1;
+    set_mul(*product, BasicParameters{}, *A, *zero);
+    EXPECT_EQ(product->L, 0u);
+    EXPECT_EQ(product->T, product->buffer);
+}
+
 TYPED_TEST(ExactFloatTest, TwoProductsThatShareAFactor) {
     using W = TypeParam;
     const u64 lengths[][3] = {{0, 3, 2}, {5, 9, 2}, {12, 15, 20}, {900, 820, 1000}};
