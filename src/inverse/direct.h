@@ -1,6 +1,6 @@
 #pragma once
 // The direct engines, entirely on the stack: reciprocals by the schoolbook method, inverse square roots by Newton
-// steps with ordinary products below 10 words.
+// steps with ordinary products, below inverse_sqrt_direct_limit words.
 //
 // A step takes R, good to h words, to a result good to p words: the residual e of P = x * R * R from 1 is formed
 // exactly from the kept words, and the result is R + R * e / 2, cut to p + 2 words.

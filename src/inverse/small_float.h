@@ -56,12 +56,6 @@ struct SmallFloat {
     void trim_top() noexcept {
         while (n > 0 && w[n - 1] == 0) --n;
     }
-
-    void trim_low() noexcept {
-        u64 zeros = 0;
-        while (zeros < n && w[zeros] == 0) ++zeros;
-        if (zeros > 0) drop_low(zeros);
-    }
 };
 
 // The top words of a magnitude of n words, at most `words` of them.

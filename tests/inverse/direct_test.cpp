@@ -45,8 +45,8 @@ TYPED_TEST(DirectEngines, ReciprocalOfPowersOfTwoIsExact) {
     for (unsigned bit = 0; bit < word_bits<W>; ++bit) {
         const W x = static_cast<W>(W{1} << bit);
         for (u64 p = 0; p < direct_limit_words; ++p) {
-            SmallFloat<W> R = reciprocal_direct(reciprocal_direct_texts, operand(std::vector<W>{x}, 0), p);
-            R.trim_low();
+            const SmallFloat<W> R =
+                stripped(reciprocal_direct(reciprocal_direct_texts, operand(std::vector<W>{x}, 0), p));
             ASSERT_EQ(R.n, 1u) << "bit " << bit << " p " << p;
             EXPECT_EQ(R.w[0], bit == 0 ? W{1} : static_cast<W>(W{1} << (word_bits<W> - bit)));
             EXPECT_EQ(R.exp, bit == 0 ? 0 : -1);
@@ -79,8 +79,7 @@ TYPED_TEST(DirectEngines, InverseSquareRootOfPowersOfFourIsExact) {
     using W = TypeParam;
     for (unsigned bit = 0; bit < word_bits<W>; bit += 2) {
         for (u64 p = 0; p < direct_limit_words; ++p) {
-            SmallFloat<W> R = inverse_sqrt_direct(static_cast<W>(W{1} << bit), p, nullptr);
-            R.trim_low();
+            const SmallFloat<W> R = stripped(inverse_sqrt_direct(static_cast<W>(W{1} << bit), p, nullptr));
             EXPECT_EQ(R.n, 1u);
             EXPECT_EQ(R.w[0], bit == 0 ? W{1} : static_cast<W>(W{1} << (word_bits<W> - bit / 2)));
         }

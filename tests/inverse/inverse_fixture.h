@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "inverse/sizes.h"
+#include "inverse/small_float.h"
 #include "multiply/twiddle_table.h"
 #include "objects/big_float.h"
 #include "support/fenced.h"
@@ -23,6 +24,13 @@ struct TestNumber {
     test::FencedWords<W> words;
     objects::BigFloat<W> value;
 };
+
+// R without the zero words at its bottom.
+template <class W>
+SmallFloat<W> stripped(SmallFloat<W> R) {
+    while (R.n > 0 && R.w[0] == 0) R.drop_low(1);
+    return R;
+}
 
 // Parameters with fenced scratch memory of exactly so many bytes, and the global table grown to match.
 class TestParameters {
