@@ -139,7 +139,9 @@ TEST(CppInteger, ZeroTakesAnyShift) {
 }
 
 TEST(CppInteger, ScratchOfATextServesItsDigits) {
+    const kv::Context context(1);  // its scratch is no larger than this text asks for
     const std::string digits(7201, '7');
+    EXPECT_EQ(Integer("-" + digits).bits(), 23921u);
     EXPECT_EQ(Integer("-" + digits), -Integer(digits));
 }
 
