@@ -245,7 +245,7 @@ void run(const EngineRung& rung, const BasicParameters& params, const Job<W>& jo
 
 template <class W>
 u64 EngineAlgorithm<W>::scratch_bytes(u64 L, u64 tasks) const {
-    return engine().most_kept_bytes(L * word_bits<W>, tasks);
+    return most_scratch_bytes(rung_, L * word_bits<W>, tasks);
 }
 
 template <class W>

@@ -76,18 +76,29 @@ FoldPlan fold_over(const EngineRung& rung, const TransformPlan& plan, const Requ
     return best;
 }
 
+// What a product of so many bits takes that is folded over the shorter rung's longest transform, or halved; 0 where
+// there is neither. Grows up to the longest that is halved.
+u64 shorter_rung_bytes(const EngineRung& rung, u64 bits) noexcept {
+    const EngineRung* shorter = rung.shorter;
+    if (shorter == nullptr || bits <= shorter->block_bits || bits > longest_halved_bits(shorter->block_bits))
+        return 0;
+    const TransformPlan longest = shorter->source().plan(shorter->block_bits);
+    if (longest.wrap_sign != -1) return 0;
+    const bool halved = bits > longest_fold_bits(shorter->block_bits);
+    return product_scratch_bytes(longest, 1) + (halved ? difference_bytes(bits) : 0);
+}
+
 }  // namespace
 
 u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) noexcept {
-    const u64 bytes = product_scratch_bytes(plan, tasks);
-    const EngineRung* shorter = rung.shorter;
-    if (shorter == nullptr || plan.min_bits <= shorter->block_bits ||
-        plan.min_bits > longest_halved_bits(shorter->block_bits))
-        return bytes;
-    const TransformPlan longest = shorter->source().plan(shorter->block_bits);
-    if (longest.wrap_sign != -1) return bytes;
-    const bool halved = plan.min_bits > longest_fold_bits(shorter->block_bits);
-    return std::max(bytes, product_scratch_bytes(longest, 1) + (halved ? difference_bytes(plan.min_bits) : 0));
+    return std::max(product_scratch_bytes(plan, tasks), shorter_rung_bytes(rung, plan.min_bits));
+}
+
+// A product's own transform takes no more than kept operands do, and the shorter rung's takes most at its end.
+u64 most_scratch_bytes(const EngineRung& rung, u64 bits, u64 tasks) {
+    const u64 kept = rung.source().most_kept_bytes(bits, tasks);
+    if (rung.shorter == nullptr) return kept;
+    return std::max(kept, shorter_rung_bytes(rung, std::min(bits, longest_halved_bits(rung.shorter->block_bits))));
 }
 
 template <class W>

@@ -28,6 +28,9 @@ constexpr u64 longest_fold_bits(u64 bits) { return bits + most_fermat_excess(bit
 // Scratch of a product. Where the shorter rung ends there is room to fold: what its longest products have.
 u64 one_shot_scratch_bytes(const EngineRung& rung, const TransformPlan& plan, u64 tasks) noexcept;
 
+// The most scratch of any length up to so many bits: of a product, and of two kept operands with the working bytes.
+u64 most_scratch_bytes(const EngineRung& rung, u64 bits, u64 tasks);
+
 // C[0..n] holds lo - hi modulo 2^N + 1, n words of N bits and the word above them; C[n+1..n+d) and `low` (its word 0)
 // hold the lowest d <= n words of the product. Leaves the product in C[0..n+d).
 template <class W>

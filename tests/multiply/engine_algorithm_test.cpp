@@ -4,6 +4,7 @@
 #include "multiply/engine_algorithm.h"
 
 #include "frame/exceptions.h"
+#include "multiply/algorithms.h"
 #include "multiply/block_product.h"
 #include "multiply/cost.h"
 #include "multiply/product_support.h"
@@ -85,6 +86,29 @@ TEST(EngineAlgorithm, WindowsMayOverlapTheOperands) {
                                             both.data(), LA, B.data(), LB);
             EXPECT_TRUE(same(both.data() + at, want.data(), LA + LB));
         }
+    }
+}
+
+// Across the lengths that fold or halve over the floating-point transform, to some that no longer do; the first of each
+// are among them.
+template <class W>
+void check_scratch_of_lengths(u64 tasks) {
+    const u64 end = fft_rung.block_bits / word_bits<W>;
+    u64 previous = 0;
+    for (u64 L = end - 20; L <= end / 8 * 17; L += 3) {
+        MulSizeRecord record;
+        ntt32_algorithm<W>.size_record(record, L, tasks);
+        const u64 bytes = ntt32_algorithm<W>.scratch_bytes(L, tasks);
+        ASSERT_LE(record.scratch_bytes, bytes) << L << " words, " << tasks << " tasks";
+        ASSERT_LE(previous, bytes) << L << " words, " << tasks << " tasks";
+        previous = bytes;
+    }
+}
+
+TEST(EngineAlgorithm, NoProductAsksForMoreThanTheScratchOfItsLength) {
+    for (u64 tasks : {1, 2}) {
+        check_scratch_of_lengths<u32>(tasks);
+        check_scratch_of_lengths<u64>(tasks);
     }
 }
 
