@@ -10,7 +10,6 @@ inline constexpr i32 buffer_too_small = 1;
 inline constexpr i32 negative_value = 1;
 inline constexpr i32 lookup_table_too_small = 2;
 inline constexpr i32 convergence_failure = 2;
-inline constexpr i32 transform_parameters = 3;
 inline constexpr i32 convolution_too_small = 4;
 inline constexpr i32 redundancy_check = 5;
 inline constexpr i32 unsupported_value = 6;

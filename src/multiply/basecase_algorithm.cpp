@@ -7,6 +7,7 @@
 #include "kernels/direct.h"
 #include "kernels/karatsuba.h"
 #include "multiply/engine.h"
+#include "multiply/transform_checks.h"
 
 namespace kvt::multiply {
 namespace {
@@ -21,17 +22,11 @@ void require_scratch(const BasicParameters& params, u64 bytes) {
 template <class W, class Form>
 void form_window(const BasicParameters& params, u64 length, u64 direct_bytes, W* C, u64 first, u64 count,
                  Form&& form) {
-    const auto address = reinterpret_cast<std::uintptr_t>(params.memory);
-    const u64 padding = (0 - address) % alignof(W);
+    W* whole = static_cast<W*>(aligned(params.memory, alignof(W)));
+    const auto padding = static_cast<u64>(reinterpret_cast<u8*>(whole) - static_cast<u8*>(params.memory));
     require_scratch(params, padding + length * sizeof(W) + direct_bytes);
-    W* whole = reinterpret_cast<W*>(address + padding);
     form(whole, whole + length);
     std::memcpy(C, whole + first, count * sizeof(W));
-}
-
-template <class W>
-bool overlap(const W* A, u64 LA, const W* B, u64 LB) {
-    return A < B + LB && B < A + LA;
 }
 
 // Apart, so that the shortest products save no registers for it.
@@ -70,7 +65,7 @@ void BasecaseAlgorithm<W>::multiply(const BasicParameters& params, W* C, const W
 template <class W>
 void BasecaseAlgorithm<W>::square_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                           u64 L) const {
-    if (count == 2 * L && !overlap<W>(C, count, A, L)) return square(params, C, A, L);
+    if (count == 2 * L && disjoint<W>(C, count, A, L)) return square(params, C, A, L);
     form_window(params, 2 * L, kernels::direct_square_scratch_bytes<W>(L), C, first, count,
                 [&](W* whole, void* scratch) { kernels::direct_square(whole, A, L, scratch); });
 }
@@ -78,7 +73,7 @@ void BasecaseAlgorithm<W>::square_partial(const BasicParameters& params, W* C, u
 template <class W>
 void BasecaseAlgorithm<W>::multiply_partial(const BasicParameters& params, W* C, u64 first, u64 count, const W* A,
                                             u64 LA, const W* B, u64 LB) const {
-    if (count == LA + LB && !overlap<W>(C, count, A, LA) && !overlap<W>(C, count, B, LB))
+    if (count == LA + LB && disjoint<W>(C, count, A, LA) && disjoint<W>(C, count, B, LB))
         return multiply(params, C, A, LA, B, LB);
     form_window(params, LA + LB, kernels::direct_multiply_scratch_bytes<W>(LA, LB), C, first, count,
                 [&](W* whole, void* scratch) { kernels::direct_multiply(whole, A, LA, B, LB, scratch); });

@@ -58,10 +58,6 @@ class TransformEngine {
     // A generic error when no length is large enough.
     virtual TransformPlan plan(u64 min_bits) const = 0;
 
-    // Smallest transform whose wrap_bits is at least min_bits (for products whose top is known). Asks for no more
-    // scratch than plan(min_bits).
-    virtual TransformPlan plan_wrapped(u64 min_bits) const { return plan(min_bits); }
-
     // The transform with a 2^halvings-th of a plan's points, and of its wrap_bits; capacity_bits is 0 where there is none.
     virtual TransformPlan plan_part(const TransformPlan& plan, u64 halvings) const;
 

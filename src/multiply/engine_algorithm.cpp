@@ -7,7 +7,6 @@
 #include "frame/exceptions.h"
 #include "kernels/direct.h"
 #include "kernels/karatsuba.h"
-#include "kernels/linear.h"
 #include "kernels/residue61.h"
 #include "kernels/schoolbook.h"
 #include "multiply/block_product.h"
@@ -15,15 +14,9 @@
 #include "multiply/folded_product.h"
 #include "multiply/halved_product.h"
 #include "multiply/transform_checks.h"
-#include "multiply/twiddle_table.h"
 
 namespace kvt::multiply {
 namespace {
-
-template <class W>
-bool disjoint(const W* X, u64 LX, const W* Y, u64 LY) {
-    return X >= Y + LY || Y >= X + LX;
-}
 
 // One product, its operands in order of length, and the part of it that is kept.
 template <class W>
@@ -105,7 +98,7 @@ void check_product(const EngineRung& rung, const Job<W>& job, const W* C, u64 a_
         raise_redundancy_failure(rung.location, "The product fails its check modulo 2^61 - 1.\n");
 }
 
-// The product by FoldPlan, in place.C, which overlaps no operand.
+// The product by FoldPlan, in C, which overlaps no operand.
 template <class W>
 void multiply_folded(const FoldPlan& fold, const GlobalTwiddleTable& table, const Job<W>& job, W* C, u8* memory,
                      u64 scratch_bytes, u64 tasks) {

@@ -24,6 +24,12 @@ inline void* aligned(void* memory, u64 alignment) noexcept {
     return static_cast<u8*>(memory) + (0 - reinterpret_cast<std::uintptr_t>(memory)) % alignment;
 }
 
+// Whether the arrays have no word in common.
+template <class W>
+bool disjoint(const W* X, u64 LX, const W* Y, u64 LY) {
+    return X >= Y + LY || Y >= X + LX;
+}
+
 // Tasks that a product of so many bits can use; at least 1.
 constexpr u64 bits_per_task = 64 * 4096;
 inline u64 useful_tasks(u64 tasks, u64 bits) noexcept {

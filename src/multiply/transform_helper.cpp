@@ -19,7 +19,7 @@ template <class W>
 typename TransformHelper<W>::Needs TransformHelper<W>::needs(u64 words, u64 tasks) {
     const TransformEngine& engine = threshold_table<W>().select(words).engine();
     const u64 bits = words * word_bits<W>;
-    const TransformPlan plan = engine.plan_wrapped(bits);
+    const TransformPlan plan = engine.plan(bits);
     return {plan.table_bits, kept_scratch_bytes(plan, useful_tasks(tasks, bits))};
 }
 
@@ -30,13 +30,12 @@ TransformHelper<W>::TransformHelper(const BasicParameters& params, u64 words)
 template <class W>
 TransformHelper<W>::TransformHelper(const BasicParameters& params, u64 words, const TransformEngine& engine)
     : engine_(engine),
-      plan_(engine.plan_wrapped(words * word_bits<W>)),
+      plan_(engine.plan(words * word_bits<W>)),
       table_(&require_table(params, plan_, constructor)),
       tasks_(useful_tasks(params.tasks, words * word_bits<W>)) {
     const u64 needed = kept_scratch_bytes(plan_, tasks_);
     if (params.memory_bytes < needed) raise_buffer_too_small(constructor, params.memory_bytes, needed);
-    const auto address = reinterpret_cast<std::uintptr_t>(params.memory);
-    second_ = static_cast<u8*>(params.memory) + (0 - address) % plan_.alignment;
+    second_ = static_cast<u8*>(aligned(params.memory, plan_.alignment));
     first_ = second_ + plan_.operand_bytes;
     work_ = first_ + plan_.operand_bytes;
 }

@@ -1,7 +1,6 @@
 #include "multiply/twiddle_table.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "multiply/fft/fft_component.h"
 #include "multiply/guarded_block.h"

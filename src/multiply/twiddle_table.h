@@ -1,8 +1,6 @@
 #pragma once
 // The process-wide table of precomputed roots of unity. See docs/twiddle-table.md.
 
-#include <cstddef>
-
 #include "frame/types.h"
 
 namespace kvt {

@@ -50,7 +50,8 @@ inline void pause_briefly() noexcept { __builtin_ia32_pause(); }
 void pin_library() noexcept;
 
 unsigned processor_groups() noexcept;
-// Processors that this process may use, over all groups, as it was first asked; 0 where unknown.
+// Processors that this process may use, as they were when it was first asked; 0 where unknown. On Windows all that the
+// system could have, over all groups, whatever the affinity, asked at each call.
 std::uint64_t processor_count() noexcept;
 // Spreads threads over processor groups: puts the calling thread into the group that the index-th processor is in.
 // Nothing happens where there is one group.

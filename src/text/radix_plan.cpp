@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 
+#include "frame/errors.h"
 #include "frame/fatal.h"
 #include "multiply/algorithms.h"
 #include "multiply/cost.h"
@@ -40,7 +41,7 @@ void choose_transform(RadixLevel<W>& level, u64 words) {
     const u64 bits = words * word_bits<W>;
     level.engine = bits <= direct_block_bits ? &multiply::direct_engine()
                                              : &multiply::threshold_table<W>().select(words).engine();
-    level.transform = level.engine->plan_wrapped(bits);
+    level.transform = level.engine->plan(bits);
     level.direct = false;
     level.low_words = level.product_bytes = level.kept_words = 0;
 }
@@ -51,7 +52,7 @@ multiply::TransformPlan fold_plan(const multiply::TransformEngine& engine, u64 b
     const u64 longest = multiply::fft_rung.block_bits;
     if (bits > longest && bits <= longest / 5 * 6) return multiply::fft_engine().plan(longest);
     if (&engine == &multiply::fft_engine()) return engine.plan(bits / 8 * 7);
-    return engine.plan_wrapped(bits);
+    return engine.plan(bits);
 }
 
 // Whether a level's products are direct where they may be: the words are the same.
@@ -89,7 +90,7 @@ void choose_reading(const RadixPlan<W>& plan, RadixLevel<W>& level, u64 words) {
 
 template <class W>
 i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Direction direction) {
-    if (base < 2) return -3;
+    if (base < 2) return errors::radix_base;
     constexpr double log2_e = 1.4426950408889634;
     const double base_bits = std::log(static_cast<double>(base)) * log2_e;
     plan.base = base;

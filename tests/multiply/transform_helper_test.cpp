@@ -47,7 +47,7 @@ void check_helper(const TransformEngine& engine, u64 words, u64 LA, u64 LB, Rng&
     const CapturedConsole quiet;
     const u64 tasks = rng.below(4);
     const u64 bytes = [&] {
-        const TransformPlan plan = engine.plan_wrapped(words * word_bits<W>);
+        const TransformPlan plan = engine.plan(words * word_bits<W>);
         return 2 * plan.operand_bytes + plan.work_bytes + plan.task_bytes;
     }();
     const ExactScratch scratch(bytes, rng.below(8), tasks, &covering);

@@ -22,7 +22,6 @@ class FalsifyingEngine final : public multiply::TransformEngine {
         : engine_(engine), stage_(stage), bit_(bit) {}
 
     multiply::TransformPlan plan(u64 min_bits) const override { return engine_.plan(min_bits); }
-    multiply::TransformPlan plan_wrapped(u64 min_bits) const override { return engine_.plan_wrapped(min_bits); }
 
     multiply::Residue forward(const multiply::TransformPlan& plan, const GlobalTwiddleTable& table,
                               multiply::Operand a, void* operand, void* work, u64 tasks) const override {

@@ -9,8 +9,6 @@ namespace kvt::multiply {
 
 class FftComponent final : public TwiddleComponent {
   public:
-    static constexpr const char* name = "FFT";
-
     using TwiddleComponent::TwiddleComponent;
     void configure(u64 bits) override;
     void configure_code(u64 code, u64 bits);  // for products of bits, by a transform of this code (length_table.h)

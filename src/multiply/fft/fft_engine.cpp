@@ -21,7 +21,6 @@ namespace {
 
 constexpr const char* location = "FFT::multiply()";
 constexpr u64 most_parts = 64;
-constexpr u64 words_per_part = 4096;  // 64-bit words of product that are worth a task
 constexpr u64 most_lanes = 8;
 
 const FftKernels& kernels_for(u64 half) noexcept {
@@ -91,11 +90,8 @@ struct Transform {
         const u64 half = row.points / 2;
         shape = {fft_twiddles(table, row.radix).start,  row.radix, half, row.bits,
                  first_radix(kernels, row.radix, half), false};
-        parts = std::min({tasks, row.capacity_bits / 64 / words_per_part, most_parts});
-        if (parts > 1)
-            shape.split = true;  // long enough: a part has thousands of points
-        else
-            parts = 1;
+        parts = std::min(useful_tasks(tasks, row.capacity_bits), most_parts);
+        shape.split = parts > 1;  // long enough: a part has thousands of points
     }
 
     u64 block_groups() const { return shape.half / shape.first_radix / 8; }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 
 #include "frame/exceptions.h"
 #include "kernels/cpu.h"
@@ -23,8 +22,8 @@ class Call {
         : layout_(row_of(plan.row), plan.wrap_sign < 0),
           kernels_(active_kernels()),
           section_(table.section[plan.row < fine_list.length ? 2 : 1]),
-          residues_(static_cast<u32*>(aligned_up(operand))),
-          work_(static_cast<u8*>(aligned_up(work))),
+          residues_(static_cast<u32*>(aligned(operand, alignment))),
+          work_(static_cast<u8*>(aligned(work, alignment))),
           task_bytes_(plan.task_bytes),
           tasks_(std::max<u64>(tasks, 1)) {}
 
@@ -272,7 +271,7 @@ class Engine final : public TransformEngine {
 
   private:
     static const u32* aligned_operand(const void* operand) {
-        return static_cast<const u32*>(aligned_up(const_cast<void*>(operand)));
+        return static_cast<const u32*>(aligned(const_cast<void*>(operand), alignment));
     }
     static void check(u64 residue, u64 expected) {
         if (residue != expected)

@@ -4,12 +4,13 @@
 #include "multiply/engine.h"
 #include "multiply/ntt32/kernels.h"
 #include "multiply/ntt32/rows.h"
+#include "multiply/transform_checks.h"
 
 namespace kvt::multiply::ntt32 {
 
 inline constexpr u64 alignment = 64;
 constexpr u64 aligned(u64 bytes) { return (bytes + alignment - 1) & ~(alignment - 1); }
-inline void* aligned_up(void* p) { return reinterpret_cast<void*>(aligned(reinterpret_cast<std::uintptr_t>(p))); }
+using multiply::aligned;  // addresses
 
 // A transform of up to 2^single_block_log points a branch is one block; a longer one has blocks of 2^block_log.
 inline constexpr unsigned single_block_log = 16, block_log = 15;

@@ -6,6 +6,7 @@
 #include "kernels/cpu.h"
 #include "kernels/residue61.h"
 #include "multiply/ntt64/constants.h"
+#include "multiply/transform_checks.h"
 #include "threads/parallel.h"
 
 namespace kvt::multiply::ntt64 {
@@ -14,10 +15,6 @@ namespace {
 const Kernels& kernels_for(const Shape& shape) noexcept {
     if (shape.set == narrow_set) return kernels_avx512ifma;
     return kernels::active_levels().word == kernels::WordLevel::adx ? kernels_adx : kernels_scalar;
-}
-
-u8* aligned(void* at) {
-    return reinterpret_cast<u8*>((reinterpret_cast<std::uintptr_t>(at) + 63) & ~std::uintptr_t{63});
 }
 
 }  // namespace
@@ -29,7 +26,7 @@ Transform::Transform(const Shape& shape, const GlobalTwiddleTable& table, void* 
       kernels_(kernels_for(shape)),
       roots_(*roots_of(table)),
       tasks_(std::clamp<u64>(tasks, 1, part_limit)) {
-    u8* const base = aligned(work);
+    u8* const base = static_cast<u8*>(aligned(work, 64));
     root_.radix = shape.radix;
     root_.levels = shape.stage_levels(shape.radix, shape.exponent);
     root_.columns = u64{1} << (shape.exponent - root_.levels);

@@ -192,7 +192,7 @@ TEST(FftEngine, LongerProductsWrapWithAMinusSign) {
     for (const kernels::Levels level : all_levels()) {
         const LevelScope scope(level);
         for (u64 row = 0; row <= last; ++row) {
-            const TransformPlan plan = fft_engine().plan_wrapped(fft_row(row).capacity_bits);
+            const TransformPlan plan = fft_engine().plan(fft_row(row).capacity_bits);
             ASSERT_EQ(plan.wrap_bits, fft_row(row).capacity_bits);
             ASSERT_EQ(plan.wrap_sign, -1);
             const u64 n = plan.wrap_bits / 32;

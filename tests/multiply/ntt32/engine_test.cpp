@@ -242,7 +242,7 @@ TEST_P(Ntt32Engine, BlocksOfExtremeResidues) {
         const u32 p = ntt32::prime_sets[row.set()].primes[0];
         const ntt32::Prime prime{p, prime_roots.inner, prime_roots.steps};
         std::vector<u64> scratch_words(layout.task_bytes() / 8 + 16);
-        void* const scratch = ntt32::aligned_up(scratch_words.data());
+        void* const scratch = ntt32::aligned(scratch_words.data(), ntt32::alignment);
         for (int kind = 0; kind < 4; ++kind) {
             std::vector<u32> from(n), second(n);
             for (u64 i = 0; i < n; ++i) {
@@ -252,8 +252,8 @@ TEST_P(Ntt32Engine, BlocksOfExtremeResidues) {
             if (kind == 1) from[0] = from[n - 1] = p - 1;
             const auto run = [&](const ntt32::KernelTable& table) {
                 std::vector<u32> x(n + 16), y(n + 16);
-                u32 *const a = static_cast<u32*>(ntt32::aligned_up(x.data())), *const b = static_cast<u32*>(
-                                                                                   ntt32::aligned_up(y.data()));
+                u32* const a = static_cast<u32*>(ntt32::aligned(x.data(), ntt32::alignment));
+                u32* const b = static_cast<u32*>(ntt32::aligned(y.data(), ntt32::alignment));
                 std::copy(from.begin(), from.end(), a);
                 std::copy(second.begin(), second.end(), b);
                 table.block_forward(prime, shape, {}, a, at, scratch);
