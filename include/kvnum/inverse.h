@@ -13,7 +13,7 @@
  * Returns NULL, or an ExceptionWrapper; out is then undefined. Errors: "Buffer is too small.", "Lookup table is too
  * small.", a division by zero, and "..: Computation Failed" or "..: Convergence Failure" when an iteration's own check
  * finds a fault (of the machine, or of a product): such a result is reported and never returned. The process ends where
- * the top word of x, or of a divisor, is zero; where the scratch is short in a root; and where it is short in rcp, div
+ * the top word of x, a or b is zero; where the scratch is short in a root; and where it is short in rcp, div
  * or a negative power with p below 10 (in a negative power below 2 * p + 9 words are refused first).
  *
  * Threads: calls with their own out, scratch and memory may run together.

@@ -44,6 +44,7 @@ void divide_direct(BigFloat<W>& out, const BigFloat<W>& a, const BigFloat<W>& b,
     check_direct_space(reciprocal_direct_texts, p, scratch.n, p + 3, rest, 2 * direct_half(p) + 5);
     SmallFloat<W> quotient;
     divide_short(quotient, a, b, p);
+    require_capacity(out.buffer_size, quotient.n, "BigFloat::set_mul()");
     store(quotient, out, a.sign == b.sign);
 }
 
@@ -123,6 +124,7 @@ void divide(const BasicParameters& params, BigFloat<W>& out, const BigFloat<W>& 
             WordScratch<W> scratch, const ProgressSink* sink) {
     if (a.L == 0) return objects::set_zero(out);  // whatever b is
     if (b.L == 0) raise_divide_by_zero(reciprocal_direct_texts);
+    objects::check_normalization(a);
     objects::check_normalization(b);
     p = clamp_precision(p);
     if (p < direct_limit_words) {

@@ -65,20 +65,26 @@ i64 decimal_exponent(const BigFloat<W>& x) {
 // The division's precision: its quotient, cut to p + 2 words, is then off by less than one unit.
 constexpr u64 quotient_precision(u64 p) noexcept { return p + 2; }
 
+// The power of ten's.
+template <class W>
+constexpr u64 power_precision(u64 p) noexcept {
+    return p + guard_words<W>;
+}
+
 // Scratch of scaling down: the quotient, the power of ten, the division's words.
 template <class W>
 struct QuotientLayout {
     u64 quotient, power, division;  // words
     explicit QuotientLayout(u64 p)
         : quotient(quotient_precision(p) + 3),
-          power(p + 3),
+          power(power_precision<W>(p) + 3),
           division(inverse::division_sizes<W>(quotient_precision(p), 1).scratch_words) {}
     u64 power_bytes() const noexcept { return words_area<W>(quotient) + words_area<W>(power); }
     u64 bytes() const noexcept { return power_bytes() + words_area<W>(division); }
 };
 
 // The raise (text/truncation.h) is far above what the scaling and the conversion lose, some units at word p + 1 below the
-// point, and far below the last digit wanted, word p - 1.
+// point whatever the power of ten, and far below the last digit wanted, word p - 1.
 template <class W>
 void raise_truncated(BigFloat<W>& y, u64 p) noexcept {
     const i64 position = -static_cast<i64>(p + 1);
@@ -89,14 +95,13 @@ void raise_truncated(BigFloat<W>& y, u64 p) noexcept {
 template <class W>
 BigFloat<W> scaled_down(const BasicParameters& params, const BigFloat<W>& x, u64 k, u64 p) {
     const QuotientLayout<W> layout(p);
-    require_capacity(params.memory_bytes, layout.bytes(), "BigFloatR_pow_uW_sL_P()");
     W* const quotient = static_cast<W*>(params.memory);
     W* const power = static_cast<W*>(behind(params, words_area<W>(layout.quotient)).memory);
     const BasicParameters behind_power = behind(params, layout.power_bytes());
     const ProgressSink* sink = current_progress_sink();
 
     BigFloat<W> P{power, 0, 0, true, power, layout.power};
-    inverse::power<W>(behind_power, P, W{10}, k, p, sink);
+    inverse::power<W>(behind_power, P, W{10}, k, power_precision<W>(p), sink);
     BigFloat<W> y{quotient, 0, 0, true, quotient, layout.quotient};
     inverse::divide<W>(behind(params, layout.bytes()), y, x, P, quotient_precision(p),
                        {static_cast<W*>(behind_power.memory), layout.division}, sink);
@@ -111,10 +116,10 @@ BigFloat<W> scaled_down(const BasicParameters& params, const BigFloat<W>& x, u64
 // y := x * 10^k, p + 2 words at the start of the scratch memory.
 template <class W>
 BigFloat<W> scaled_up(const BasicParameters& params, const BigFloat<W>& x, u64 k, u64 p) {
-    require_capacity(params.memory_bytes, words_area<W>(p + 3), "BigFloatR_pow_uW_sL_P()");
+    const u64 q = power_precision<W>(p);
     W* const words = static_cast<W*>(params.memory);
-    BigFloat<W> S{words, 0, 0, true, words, p + 3};
-    inverse::power<W>(behind(params, words_area<W>(p + 3)), S, W{10}, k, p, current_progress_sink());
+    BigFloat<W> S{words, 0, 0, true, words, q + 3};
+    inverse::power<W>(behind(params, words_area<W>(q + 3)), S, W{10}, k, q, current_progress_sink());
     const u64 n = std::min(S.L, p + 2);
     std::copy(S.T + (S.L - n), S.T + S.L, words);
     BigFloat<W> y{words, n, S.exp + static_cast<i64>(S.L - n), true, words, p + 2};
@@ -124,12 +129,19 @@ BigFloat<W> scaled_up(const BasicParameters& params, const BigFloat<W>& x, u64 k
     return y;
 }
 
+// Raises where the scratch memory is too short for the words of the scaling; its products look at what is behind.
+template <class W>
+void require_scaling(const BasicParameters& params, i64 k, u64 p) {
+    if (k == 0) return require_capacity(params.memory_bytes, words_area<W>(p + 2), location);
+    const u64 bytes = k > 0 ? QuotientLayout<W>(p).bytes() : words_area<W>(power_precision<W>(p) + 3);
+    require_capacity(params.memory_bytes, bytes, "BigFloatR_pow_uW_sL_P()");
+}
+
 // y := x / 10^k, at most p + 3 words in the first of the scratch memory.
 template <class W>
 BigFloat<W> scaled(const BasicParameters& params, const BigFloat<W>& x, i64 k, u64 p) {
     if (k > 0) return scaled_down(params, x, static_cast<u64>(k), p);
     if (k < 0) return scaled_up(params, x, static_cast<u64>(-k), p);
-    require_capacity(params.memory_bytes, words_area<W>(p + 2), location);
     W* const words = static_cast<W*>(params.memory);
     const u64 n = std::min(x.L, p + 2);
     std::copy(x.T + (x.L - n), x.T + x.L, words);
@@ -155,7 +167,7 @@ u64 decimal_core_bytes(u64 p, u64 n, u64 tasks) {
     n = clamp_words<W>(n);
     RadixPlan<W> plan;
     plan_decimal(plan, n, tasks);
-    const u64 products = inverse::transform_bytes<W>(2 * p + 6, tasks);
+    const u64 products = inverse::transform_bytes<W>(2 * power_precision<W>(p) + 6, tasks);
     const u64 division = inverse::division_sizes<W>(quotient_precision(p), tasks).transform_bytes;
     const QuotientLayout<W> layout(p);
     const u64 scaling = std::max(layout.power_bytes() + products, layout.bytes() + division);
@@ -173,6 +185,10 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
     const GlobalTwiddleTable* table = params.table;
     if (plan.levels > 0) table = &multiply::require_table(params, plan.level[plan.levels - 1].transform, location);
 
+    // All that is too short is found before the first product.
+    require_scaling<W>(params, k, p);
+    require_capacity(params.memory_bytes, digits_stage_bytes(plan, p), location);
+
     PhaseSeconds unused;
     if (times == nullptr) times = &unused;
     const auto timed = [&](double& seconds) { return plan.levels > 0 ? &seconds : nullptr; };
@@ -183,7 +199,6 @@ FloatString write_decimal_digits(const BasicParameters& params, char* buffer, u6
         y = scaled(params, x, k, p);
         if (is_float && (k != 0 || x.L > y.L)) raise_truncated(y, p);
     }
-    require_capacity(params.memory_bytes, digits_stage_bytes(plan, p), location);
     if (y.exp + static_cast<i64>(y.L) > 1)
         fatal_assertion(errors::impossible_result, location, "Magnitude Normalization Failed");
     const bool has_unit = y.exp + static_cast<i64>(y.L) == 1;

@@ -10,10 +10,10 @@ namespace kvt::text {
 template <class W>
 inline constexpr u64 hex_digits = 2 * sizeof(W);
 
-// Bytes that to_string_hex needs for an integer of L words.
+// Bytes that to_string_hex needs for an integer of L words. Sizes saturate.
 template <class W>
 constexpr u64 to_string_hex_bytes(u64 L) noexcept {
-    return hex_digits<W> * L + 26;
+    return L < (~u64{0} - 26) / hex_digits<W> ? hex_digits<W> * L + 26 : ~u64{0};
 }
 
 // Writes into buffer; returns the first character of the text, which is zero-terminated.
@@ -23,7 +23,9 @@ char* to_string_hex(char* buffer, const objects::BigInt<W>& x);
 // The same for d significant digits of a float (0 counts as 1), which are truncated.
 template <class W>
 constexpr u64 to_string_hex_float_bytes(u64 d) noexcept {
-    return 6 + d / hex_digits<W> * hex_digits<W> + (sizeof(W) == 8 ? 58 : 42);
+    constexpr u64 around = 6 + (sizeof(W) == 8 ? 58 : 42);
+    const u64 digits = d / hex_digits<W> * hex_digits<W>;
+    return digits < ~u64{0} - around ? digits + around : ~u64{0};
 }
 template <class W>
 char* to_string_hex(char* buffer, const objects::BigFloat<W>& x, u64 d);

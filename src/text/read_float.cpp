@@ -24,10 +24,6 @@ namespace {
 constexpr const char* dec_location = "BigFloat::set_string_dec()";
 constexpr const char* hex_location = "BigFloat::set_string_hex()";
 
-// Guard words of the scaling by a power of ten: 10^k is formed with a relative error below k * B^-(q+1), k < 2^60.
-template <class W>
-constexpr u64 guard_words = 64 / word_bits<W> + 1;
-
 // At least one word: settle() raises the word behind the units.
 template <class W>
 u64 working_precision(u64 p) noexcept {
@@ -93,7 +89,7 @@ void set_string_dec(const BasicParameters& params, BigFloat<W>& out, const char*
     const Layout<W> layout = layout_of<W>(digits, q);
     require_capacity(out.buffer_size, q + 3, dec_location);
     if (params.memory_bytes < layout.fixed_bytes())
-        raise_scratch_too_small(dec_location, params.memory_bytes, layout.fixed_bytes());
+        raise_buffer_too_small(dec_location, params.memory_bytes, layout.fixed_bytes());
 
     u8* memory = static_cast<u8*>(params.memory);
     const auto carve = [&](u64 bytes) {

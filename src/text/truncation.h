@@ -10,6 +10,10 @@
 
 namespace kvt::text {
 
+// Guard words of the scaling by a power of ten: 10^k is formed with a relative error below k * B^-(q+1), k < 2^60.
+template <class W>
+constexpr u64 guard_words = 64 / word_bits<W> + 1;
+
 // Adds the square root of the word base to word `at` of x. A carry out of the words becomes a word of x's buffer; where
 // that ends, x stays as it is.
 template <class W>

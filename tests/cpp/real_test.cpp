@@ -89,6 +89,19 @@ TEST(CppReal, InverseOperationsUndoEachOther) {
     }
 }
 
+TEST(CppReal, ExtremeExponentsAndPrecisions) {
+    for (const std::int64_t top : {(std::int64_t{1} << 59) - 1, -(std::int64_t{1} << 60) - 1}) {
+        Real x(3, 5);
+        x.get()->exp = top;
+        const Real y = inv_sqrt(x);
+        EXPECT_TRUE(near(x * y * y, Real(1, 5), 64 * 5));
+        EXPECT_TRUE(near(sqrt(x) * y, Real(1, 5), 64 * 5));
+    }
+    const std::uint64_t all = UINT64_MAX;
+    EXPECT_EQ(Real(3.3, all).scale(1).to_double(), 6.6);
+    EXPECT_EQ(Real(Integer(1) << 500, all).set_precision(all).to_integer(), Integer(1) << 500);
+}
+
 TEST(CppReal, SharedFactorGivesTheSameProducts) {
     Rng rng(3);
     for (std::uint64_t n : {1, 30, 300, 2000}) {

@@ -123,6 +123,14 @@ TYPED_TEST(InverseFailures, ShortBuffersLeaveTheResultUntouched) {
                                : p < 10 ? "BigFloatR_invsqrt_uW_E()"
                                         : "BigFloatR_invsqrt_uW_P()"),
                      [&] { inverse_sqrt<W>(bench.params, out, W{7}, p, bench.scratch(p + 7), nullptr); });
+        if (p != 0 && p < 10) {
+            out = bench.result(p);
+            const W seven = 7, three = 3;
+            const Number<W> a{const_cast<W*>(&seven), 1, 0, true, nullptr, 0},
+                b{const_cast<W*>(&three), 1, 0, true, nullptr, 0};
+            expect_error(too_small("BigFloat::set_mul()"),
+                         [&] { divide(bench.params, out, a, b, p, bench.scratch(2 * p + 9), nullptr); });
+        }
         out = bench.result(1);
         for (W base : {0, 3})
             expect_error(too_small("BigFloatR_pow_uW_sL_P()"),
@@ -278,6 +286,14 @@ const ChildCase unnormalised{"unnormalised_reciprocal", [] {
                                  objects::BigFloat<u64> out = bench.result(15);
                                  reciprocal(bench.params, out, bench.operand(), 12, bench.scratch(18), nullptr);
                              }};
+const ChildCase unnormalised_numerator{"unnormalised_numerator", [] {
+                                           Bench<u32> bench(5);
+                                           const objects::BigFloat<u32> b = bench.operand();
+                                           u32 words[] = {7, 0};
+                                           objects::BigFloat<u32> out = bench.result(8),
+                                                                  a{words, 2, 0, true, words, 2};
+                                           divide(bench.params, out, a, b, 5, bench.scratch(30), nullptr);
+                                       }};
 const ChildCase too_many_words{"too_many_words", [] { decimal_digits_of<u64>(u64{1} << 48); }};
 
 TEST(InverseFailures, WhatOnlyAWrongCallerCausesEndsTheProcess) {
@@ -289,6 +305,7 @@ TEST(InverseFailures, WhatOnlyAWrongCallerCausesEndsTheProcess) {
         {root_direct_space, "10  11\nBigFloatR_invsqrt_uW_E(): Insufficient Allocated Space - PL\n"},
         {root_space, "17  18\nBigFloatR_invsqrt_uW_P(): Insufficient Allocated Space - PL\n"},
         {unnormalised, "BigFloat::check_normalization(): Top word is zero.\n"},
+        {unnormalised_numerator, "BigFloat::check_normalization(): Top word is zero.\n"},
         {too_many_words, "WordToDec(): Float-Indexing Limit Exceeded\n"},
     };
     for (const auto& row : rows) {

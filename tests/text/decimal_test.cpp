@@ -259,7 +259,11 @@ TYPED_TEST(DecimalText, WhatIsReadIsWrittenAgain) {
         std::string digits;
         for (u64 i = 0; i < d; ++i) digits += static_cast<char>('0' + (rng.below(3) == 0 ? 9 : rng.below(10)));
         if (digits.front() == '0') digits.front() = '1';
-        const std::string text = digits + "e" + std::to_string(static_cast<int>(rng.below(1000)) - 700);
+        constexpr i64 far[] = {1'000'000,      -30'000'000,      1'000'000'000,
+                               -1'000'000'000, -100'000'000'000, -5'000'000'000'000};
+        const i64 exponent =
+            round % 4 == 0 ? far[rng.below(std::size(far))] : static_cast<i64>(rng.below(1000)) - 700;
+        const std::string text = digits + "e" + std::to_string(exponent);
         const u64 p = d * 64 / 19 / word_bits<W> + 3 + rng.below(12);
         const ReadSizes sizes = read_float_sizes<W>(text.size(), p, 1);
         const test::FencedBytes memory(sizes.scratch_bytes);

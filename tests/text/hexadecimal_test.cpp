@@ -60,6 +60,15 @@ TYPED_TEST(HexadecimalTest, WritesAndReadsBackEveryInteger) {
     }
 }
 
+TYPED_TEST(HexadecimalTest, SizesSaturate) {
+    using W = TypeParam;
+    for (u64 n = ~u64{0}; n > ~u64{0} - 100; --n) {
+        EXPECT_EQ(to_string_hex_bytes<W>(n), ~u64{0});
+        EXPECT_GE(to_string_hex_float_bytes<W>(n), n);
+    }
+    EXPECT_EQ(to_string_hex_bytes<W>(u64{1} << 62), ~u64{0});
+}
+
 TYPED_TEST(HexadecimalTest, ZeroHasNoSign) {
     using W = TypeParam;
     EXPECT_EQ(written(*OwnedBigInt<W>(0)), "0");

@@ -280,7 +280,7 @@ class Owner {
 };
 
 template <class T>
-concept Native = std::integral<T> && !std::same_as<T, bool>;
+concept Native = std::integral<T> && !std::same_as<T, bool> && sizeof(T) <= sizeof(std::uint64_t);
 
 template <Native T>
 std::uint64_t magnitude(T x) {

@@ -38,16 +38,16 @@ class Real : public detail::Owner<BigFloat_c64> {
     // Zero; it takes the precision of what it meets.
     Real() = default;
     template <detail::Native T>
-    Real(T x, std::uint64_t precision) : Owner(1), precision_(precision) {
+    Real(T x, std::uint64_t precision) : Owner(1), precision_(clamped(precision)) {
         detail::check(BigFloat_c64_set_uL(get(), detail::magnitude(x)));
         record_.sign = x >= 0;
     }
-    Real(double x, std::uint64_t precision) : Owner(2), precision_(precision) {
+    Real(double x, std::uint64_t precision) : Owner(2), precision_(clamped(precision)) {
         detail::check(BigFloat_c64_set_double(get(), x, 0));
         normalise_sign();
     }
     Real(const Integer& x, std::uint64_t precision)
-        : Owner(std::min(x.words(), precision + 2)), precision_(precision) {
+        : Owner(std::min(x.words(), clamped(precision) + 2)), precision_(clamped(precision)) {
         BigFloat_c64 whole{x.get()->T, x.words(), 0, x.get()->sign, x.get()->T, x.words()};
         detail::check(BigFloat_c64_set_BigFloat(get(), &whole, precision));
         normalise_sign();
@@ -58,7 +58,7 @@ class Real : public detail::Owner<BigFloat_c64> {
     std::uint64_t precision() const { return precision_; }
     // Cut to a lower precision; a higher one adds nothing to the value.
     Real& set_precision(std::uint64_t words) {
-        precision_ = words;
+        precision_ = words = clamped(words);
         if (record_.L > words + 2) {
             Real shorter(Capacity{words + 2, words});
             detail::check(BigFloat_c64_set_BigFloat(shorter.get(), get(), words));
@@ -152,7 +152,10 @@ class Real : public detail::Owner<BigFloat_c64> {
     struct Capacity {
         std::uint64_t words, precision;
     };
-    explicit Real(Capacity capacity) : Owner(capacity.words), precision_(capacity.precision) {}
+    // Some words are added to precisions, and no number is so long.
+    static std::uint64_t clamped(std::uint64_t precision) { return std::min(precision, std::uint64_t{1} << 62); }
+
+    explicit Real(Capacity capacity) : Owner(capacity.words), precision_(clamped(capacity.precision)) {}
     friend struct RealOperations;
 
     void reserve(std::uint64_t words_from_start) {
@@ -288,7 +291,7 @@ struct RealOperations {
             --exponent;
         }
         Real y(1 / std::sqrt(seed), 1);
-        y.scale(-32 * exponent);
+        y.record_.exp -= exponent / 2;
         for (std::uint64_t bits = 48; bits < 64 * (p + 1);) {
             bits = std::min(2 * bits - 4, 64 * (p + 1));
             const std::uint64_t q = std::min(bits / 64 + 1, p + 1);
