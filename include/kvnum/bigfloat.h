@@ -20,7 +20,8 @@ extern "C" {
 
 /*   T            the words in use, least significant first; set to buffer by every set_ call, moved up by strip_tzs_all
  *   L            words in use; the top one is not zero; 0 means zero
- *   exp          exponent in words: the value is the sum of T[i] * W^(exp + i), W = 2^32 or 2^64
+ *   exp          exponent in words: the value is the sum of T[i] * W^(exp + i), W = 2^32 or 2^64. The caller keeps it within
+ *                +-2^61; results leave that range only where operands are at its ends
  *   sign         true: zero or positive
  *   buffer       [buffer_size words] where results are written
  * A result starts as {buffer, 0, 0, true, buffer, buffer_size}. */

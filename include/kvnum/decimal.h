@@ -69,8 +69,9 @@ ExceptionWrapper* BigFloat_c64_set_string_dec_sizes(uint64_t* out_words, uint64_
                                                     uint64_t p, uint64_t tasks);
 
 /* out = the number written at text, to p words however short the text: exact where it fits in p words, else farther from
- * zero by less than one unit in word p from the top (p = 0 counts as 1), so that its truncated digits are those that were read. An optional
- * sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".   Source: text/read_float.cpp */
+ * zero by less than one unit in word p from the top (p = 0 counts as 1), so that its truncated digits are those that
+ * were read. An optional sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".
+ * Source: text/read_float.cpp */
 ExceptionWrapper* BigFloat_c32_set_string_dec(const BasicParameters* params, BigFloat_c32* out, const char* text,
                                               uint64_t chars, uint64_t p);
 ExceptionWrapper* BigFloat_c64_set_string_dec(const BasicParameters* params, BigFloat_c64* out, const char* text,
@@ -81,7 +82,8 @@ ExceptionWrapper* BigFloat_c32_to_string_hex_sizes(uint64_t* buffer_bytes, uint6
 ExceptionWrapper* BigFloat_c64_to_string_hex_sizes(uint64_t* buffer_bytes, uint64_t d);
 
 /* d significant hexadecimal digits of x, truncated; notations as in decimal ("a.bc *16^ -7", the exponent in decimal
- * and a power of 16). Errors: "Generic Exception" (code 6) for an exponent beyond 2^58 words either way.   Source: text/hexadecimal.cpp */
+ * and a power of 16). Errors: "Generic Exception" (code 6) for an exponent beyond 2^58 words either way.
+ * Source: text/hexadecimal.cpp */
 ExceptionWrapper* BigFloat_c32_to_string_hex(char** result, char* buffer, const BigFloat_c32* x, uint64_t d);
 ExceptionWrapper* BigFloat_c64_to_string_hex(char** result, char* buffer, const BigFloat_c64* x, uint64_t d);
 

@@ -3,7 +3,8 @@
 /* Reciprocal, division, inverse square root of a word, integer powers of a word; to a precision of p words.
  *
  * Common to all of them:
- *   params    table must cover, and memory hold, what the _sizes query answers (transform_bytes) for p and tasks
+ *   params    table covers (p + 9) * W bits, for powers max(2 * p + 6, p + 9) * W, W the bits of a word; memory holds what
+ *             the _sizes query answers (transform_bytes) for p and tasks
  *   out       buffer_size at least the query's out_words; must not share memory with an operand or the scratch. The
  *             result holds a few guard words beyond p and is not rounded; its relative error is below one unit in word
  *             p from the top

@@ -21,6 +21,9 @@ constexpr u64 smallest_bottom(Direction direction) { return direction == Directi
 // they may be on some machines up to the second length.
 constexpr u64 direct_block_bits = 160 * 64, longest_direct_bits = 320 * 64;
 
+// More tasks split no further: what a query of scratch takes grows with them.
+constexpr u64 most_tasks = 4096;
+
 // The lowest levels always run in one task: those of blocks up to some 6,000 digit words.
 constexpr u64 sequential_levels(Direction direction) { return direction == Direction::write ? 8 : 9; }
 
@@ -99,7 +102,7 @@ i32 make_radix_plan(RadixPlan<W>& plan, W base, u64 digit_words, u64 tasks, Dire
     plan.digit_words = digit_words;
     plan.words_per_digit = base_bits / word_bits<W>;
     plan.words_per_odd = (base_bits - plan.twos) / word_bits<W>;
-    plan.tasks = std::max<u64>(tasks, 1);
+    plan.tasks = std::clamp<u64>(tasks, 1, most_tasks);
     plan.direction = direction;
 
     plan.levels = 0;

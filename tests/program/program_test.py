@@ -194,6 +194,8 @@ class Program(unittest.TestCase):
         self.assertEqual(self.run_program("sqr", good, "-o", "link").returncode, 0)
         self.assertTrue(self.path("link").is_symlink())
         self.assertEqual(self.path("target").read_bytes(), b"9\n")
+        os.symlink("loop", self.path("loop"))
+        self.assertEqual(self.run_program("sqr", good, "-o", "loop").returncode, 2)
         self.path("folder.partial").mkdir()
         self.assertEqual(self.run_program("sqr", good, "-o", "folder").returncode, 2)
         self.assertTrue(self.path("folder.partial").is_dir(), "what stood there stays")
@@ -209,8 +211,10 @@ class Program(unittest.TestCase):
         self.assertEqual((done.returncode, done.stderr), (2, b"kvnum: big: cannot be written: File too large\n"))
         self.assertEqual(list(self.path(".").glob("big*")), [])
         running = subprocess.Popen([*COMMAND, "pi", "30000000", "-o", "hung", "--quiet"], cwd=self.folder.name,
-                                   stderr=subprocess.DEVNULL)
+                                   stderr=subprocess.DEVNULL,
+                                   preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_DFL))
         while not self.path("hung.partial").exists():
+            self.assertIsNone(running.poll())
             time.sleep(0.01)
         running.send_signal(signal.SIGHUP)
         self.assertEqual(running.wait(), 130)
@@ -347,6 +351,14 @@ class Program(unittest.TestCase):
                 series = self.file("exp", f"p {'- ' if n < 0 else ''}{abs(n)}\nq k\nscale 7\n")
                 value = (7 * decimal.Decimal(n).exp()).quantize(decimal.Decimal(10) ** -digits, decimal.ROUND_DOWN)
                 self.assertEqual(self.digits("custom", str(digits), "--series", series), f"{value:f}", n)
+        # Terms that fall before they rise.
+        term, total, k = 10**1500, 0, 0
+        while term != 0:
+            total, k = total + term, k + 1
+            term = term * 4000 * k * k // (k + 200) ** 3
+        dip = self.file("dip", "p 4000 k^2\nq (k+200)^3\n")
+        scaled = total // 10**1490
+        self.assertEqual(self.digits("custom", "10", "--series", dip), f"{scaled // 10**10}.{scaled % 10**10:010}")
         self.rejected("the sum is below 10^-20 and stands below", "custom", "10", "--quiet", "--series",
                       self.file("exp", "p - 60\nq k\ninvert\n"))
         self.rejected("custom is verified by another series: --against FILE",

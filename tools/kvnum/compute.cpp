@@ -39,11 +39,6 @@ struct Digits {
     kv::Text text;
     std::string before;
     std::string_view after;
-
-    std::string last(std::size_t n) const {
-        const std::string_view end = after.substr(after.size() - std::min(after.size(), n));
-        return before.substr(before.size() - std::min(before.size(), n - end.size())) + std::string(end);
-    }
 };
 
 // The digits of x, cut behind the wanted ones. Guard digits of nothing but nines or zeros leave open whether the
@@ -65,11 +60,13 @@ std::optional<Digits> digits_of(const kv::Real& x, const ComputeRequest& request
     const std::string_view fraction = all.substr(std::min(point + 1, all.size()));
     const std::string_view guard = fraction.substr(std::min<std::size_t>(request.digits, fraction.size()));
     const bool whole = fraction.find_first_not_of('0') == std::string_view::npos;
-    out.before = !proper ? std::string(all.substr(0, point)) : x.sign() < 0 && !whole ? "-0" : "0";
     if (!whole && (guard.find_first_not_of('0') == std::string_view::npos ||
                    (guard.size() >= 5 && guard.find_first_not_of(request.hex ? 'f' : '9') == std::string_view::npos)))
         return std::nullopt;
     if (!fraction.empty()) out.after = all.substr(point, 1 + std::min<std::size_t>(request.digits, fraction.size()));
+    // Nothing but zeros has no sign: it may be that of an error.
+    const bool zeros = out.after.find_first_not_of(".0") == std::string_view::npos;
+    out.before = !proper ? std::string(all.substr(0, point)) : x.sign() < 0 && !zeros ? "-0" : "0";
     return out;
 }
 
@@ -210,12 +207,16 @@ void compute(const Constant& constant, const ComputeRequest& request) {
         out.write(digits->after);
         // A whole number has no more digits of its own.
         const std::uint64_t there = digits->after.empty() ? 0 : digits->after.size() - 1;
-        if (there < request.digits)
-            out.write((digits->after.empty() ? "." : "") + std::string(request.digits - there, '0'));
+        std::string zeros = digits->after.empty() ? "." : "";
+        zeros.append(request.digits - there, '0');
+        out.write(zeros);
         out.write("\n");
         out.finish();
         progress.end();
-        last = digits->last(last_digits);
+        const auto tail = [](std::string_view s) {
+            return s.substr(s.size() - std::min<std::size_t>(s.size(), last_digits));
+        };
+        last = tail(fmt::format("{}{}{}", tail(digits->before), tail(digits->after), tail(zeros)));
         if (terminal && !file.empty() && request.output.empty())
             fmt::print("{}{}... {} digits ...{}\n", digits->before, digits->after.substr(0, 51), request.digits,
                        last);

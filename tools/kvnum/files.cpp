@@ -126,20 +126,21 @@ std::string read_operand(const std::string& file, bool hex) {
 namespace {
 
 bool is_of_the_system(const std::filesystem::path& path) {
-    const std::string name = path.generic_string();
-    return name.starts_with("/dev/") || name.starts_with("/proc/");
+    const std::string name = path.lexically_normal().generic_string();
+    return name == "/dev/stdin" || name == "/dev/stdout" || name == "/dev/stderr" || name.starts_with("/dev/fd/") ||
+           name.starts_with("/proc/");
 }
 
-// Where links lead; what lies in the system's own folders is a link of its own kind, and stays.
+// Where links lead; the system's own, which stand for open files, stay. Empty for a loop.
 std::filesystem::path target_of(const std::string& name) {
     std::filesystem::path path = name;
     std::error_code failure;
     for (int links = 0; links < 40 && !is_of_the_system(path); ++links) {
         const std::filesystem::path next = std::filesystem::read_symlink(path, failure);
-        if (failure) break;
+        if (failure) return path;
         path = path.parent_path() / next;
     }
-    return path;
+    return is_of_the_system(path) ? path : std::filesystem::path();
 }
 
 }  // namespace
@@ -151,6 +152,7 @@ OutputFile::OutputFile(const std::string& name) : name_(name), target_(name) {
         return;
     }
     const std::filesystem::path target = target_of(name);
+    if (target.empty()) fail(ELOOP);
     target_ = target.string();
     std::error_code ignored;
     const bool device = is_of_the_system(target) || (std::filesystem::exists(target, ignored) &&

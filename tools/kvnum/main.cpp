@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <iostream>
 #include <kvnum/kvnum.hpp>
 #include <new>
 #include <string>
@@ -192,7 +193,10 @@ int main(int argc, char** argv) {
         line.app.parse(argc, argv);
         return 0;
     } catch (const CLI::ParseError& error) {
-        return line.app.exit(error) == 0 ? 0 : user_failure;
+        const int status = line.app.exit(error) == 0 ? 0 : user_failure;
+        std::cout.flush();
+        if (!std::cout) return fail(user_failure, "standard output: cannot be written");
+        return status;
     } catch (const UserError& error) {
         return fail(user_failure, error.what());
     } catch (const std::bad_alloc&) {

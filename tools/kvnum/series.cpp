@@ -235,15 +235,24 @@ std::uint64_t sum_bytes(const Series& series, std::uint64_t terms, std::uint64_t
     return Forecast(series, precision).bytes(0, static_cast<double>(terms), tasks);
 }
 
+namespace {
+
+// Terms may fall first and rise later: all of them are looked at, a 64th apart from some place on.
+constexpr double most_terms = 1e17;
+double next_looked_at(double n) { return n + std::max(1.0, std::floor(n / 64)); }
+
+}  // namespace
+
 std::uint64_t terms_needed(const Series& series, double digits) {
     // Room for the rest of the series: a geometric tail of terms that shrink slowly.
     const double goal = digits + 20;
-    double high = 16;
-    while (digits_after(series, high) < goal) {
-        high *= 2;
-        if (high > 1e17) throw UserError("the series does not converge fast enough");
+    double low = 16, high = 16;
+    for (double n = 16; n < most_terms; n = next_looked_at(n)) {
+        if (digits_after(series, n) >= goal) continue;
+        low = n;
+        high = next_looked_at(n);
     }
-    double low = high / 2;
+    if (high >= most_terms) throw UserError("the series does not converge fast enough");
     while (high - low > 0.5) {
         const double middle = (low + high) / 2;
         (digits_after(series, middle) < goal ? low : high) = middle;
@@ -252,14 +261,27 @@ std::uint64_t terms_needed(const Series& series, double digits) {
 }
 
 double integer_digits(const Series& series) {
-    // The terms grow up to some place and fall from there on, but for the polynomial, which is slow.
-    double most = 0;
-    for (double n = 0, rising = 0; rising < 64 && n < 1e17; n += std::max(1.0, std::floor(n / 64))) {
+    double most = 0, largest = 0, before = 0, low = 0, high = 1;
+    for (double n = 0; n < most_terms; n = next_looked_at(n)) {
         const double digits = -digits_after(series, n);
-        rising = digits < most ? rising + 1 : 0;
-        most = std::max(most, digits);
+        if (digits > most) {
+            most = digits;
+            largest = n;
+            low = before;
+            high = next_looked_at(n);
+        }
+        before = n;
     }
-    return most + 2;
+    // The largest one lies beside the one that was met.
+    while (high - low > 1) {
+        const double left = low + (high - low) / 3, right = high - (high - low) / 3;
+        if (digits_after(series, left) < digits_after(series, right))
+            high = right;
+        else
+            low = left;
+        largest = (low + high) / 2;
+    }
+    return std::max(most, -digits_after(series, largest)) + 2;
 }
 
 std::uint64_t work_units(std::uint64_t terms) {
