@@ -89,15 +89,4 @@ TEST(BigIntApi, BothWidthsMultiplyAndWriteText) {
     EXPECT_EQ(result, square);
 }
 
-TEST(BigIntApi, ABadCharacterIsToldWithItsPosition) {
-    kvt::test::ConsoleCapture console(SetConsoleSink);
-    uint64_t a[1];
-    BigInt_c64 A{a, 0, true, a, 1};
-    ExceptionWrapper* error = BigInt_c64_set_string_hex(&A, "12x", 3);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->kind, 1u);
-    EXPECT_STREQ(error->message, "Invalid character at position 2.");
-    error->destroy(error);
-}
-
 }  // namespace

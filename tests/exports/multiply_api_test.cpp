@@ -36,13 +36,4 @@ TEST(MultiplyApi, ProductsOfBothWidthsAgreeWithTheOracle) {
     EXPECT_EQ(window, std::vector<u32>(C32.begin() + 50, C32.begin() + 70));
 }
 
-TEST(MultiplyApi, ErrorsComeBackAsWrappers) {
-    u64 bytes = 1;
-    ExceptionWrapper* error = mul_iPsize_c64(&bytes, ~u64{0}, 1);
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->kind, 1u);
-    EXPECT_EQ(bytes, 0u);
-    error->destroy(error);
-}
-
 }  // namespace

@@ -9,148 +9,81 @@ namespace {
 
 template <class W>
 struct Exports;
-template <>
-struct Exports<uint32_t> {
-    using BasicInt = BasicInt_c32;
-    using BigInt = BigInt_c32;
-    using BigFloat = BigFloat_c32;
-    using ExactFloat = ExactFloat_c32;
-    static constexpr auto make_basic = make_BasicInt_c32;
-    static constexpr auto make_exact = make_ExactFloat_c32;
-    struct B {
-        static constexpr auto set_addto = BasicInt_c32_set_addto;
-        static constexpr auto set_add = BasicInt_c32_set_add;
-        static constexpr auto set_subto = BasicInt_c32_set_subto;
-        static constexpr auto set_sub = BasicInt_c32_set_sub;
-        static constexpr auto set_sqrB = BasicInt_c32_set_sqrB;
-        static constexpr auto set_mulB = BasicInt_c32_set_mulB;
+#define EXPORTS(word, width)                                                                              \
+    template <>                                                                                           \
+    struct Exports<word> {                                                                                \
+        using BasicInt = BasicInt_##width;                                                                \
+        using BigInt = BigInt_##width;                                                                    \
+        using BigFloat = BigFloat_##width;                                                                \
+        using ExactFloat = ExactFloat_##width;                                                            \
+        static constexpr auto make_basic = make_BasicInt_##width;                                         \
+        static constexpr auto make_exact = make_ExactFloat_##width;                                       \
+        struct B {                                                                                        \
+            static constexpr auto set_addto = BasicInt_##width##_set_addto;                               \
+            static constexpr auto set_add = BasicInt_##width##_set_add;                                   \
+            static constexpr auto set_subto = BasicInt_##width##_set_subto;                               \
+            static constexpr auto set_sub = BasicInt_##width##_set_sub;                                   \
+            static constexpr auto set_sqrB = BasicInt_##width##_set_sqrB;                                 \
+            static constexpr auto set_mulB = BasicInt_##width##_set_mulB;                                 \
+        };                                                                                                \
+        struct I {                                                                                        \
+            static constexpr auto set_uL = BigInt_##width##_set_uL;                                       \
+            static constexpr auto set_uWs = BigInt_##width##_set_uWs;                                     \
+            static constexpr auto set_BasicInt = BigInt_##width##_set_BasicInt;                           \
+            static constexpr auto set_BigInt = BigInt_##width##_set_BigInt;                               \
+            static constexpr auto set_BigFloat = BigInt_##width##_set_BigFloat;                           \
+            static constexpr auto get_range = BigInt_##width##_get_range;                                 \
+            static constexpr auto cmp = BigInt_##width##_cmp;                                             \
+            static constexpr auto shl = BigInt_##width##_shl;                                             \
+            static constexpr auto shr = BigInt_##width##_shr;                                             \
+            static constexpr auto mul_uW = BigInt_##width##_mul_uW;                                       \
+            static constexpr auto set_mul_uW = BigInt_##width##_set_mul_uW;                               \
+            static constexpr auto set_add = BigInt_##width##_set_add;                                     \
+            static constexpr auto set_sub = BigInt_##width##_set_sub;                                     \
+            static constexpr auto mul_Psize = BigInt_##width##_mul_Psize;                                 \
+            static constexpr auto set_sqr = BigInt_##width##_set_sqr;                                     \
+            static constexpr auto set_mul = BigInt_##width##_set_mul;                                     \
+        };                                                                                                \
+        struct F {                                                                                        \
+            static constexpr auto set_uL = BigFloat_##width##_set_uL;                                     \
+            static constexpr auto set_BasicInt = BigFloat_##width##_set_BasicInt;                         \
+            static constexpr auto set_BigInt = BigFloat_##width##_set_BigInt;                             \
+            static constexpr auto set_ExactFloat = BigFloat_##width##_set_ExactFloat;                     \
+            static constexpr auto set_BigFloat = BigFloat_##width##_set_BigFloat;                         \
+            static constexpr auto set_double = BigFloat_##width##_set_double;                             \
+            static constexpr auto to_double = BigFloat_##width##_to_double;                               \
+            static constexpr auto get_range = BigFloat_##width##_get_range;                               \
+            static constexpr auto strip_tzs_all = BigFloat_##width##_strip_tzs_all;                       \
+            static constexpr auto cmp = BigFloat_##width##_cmp;                                           \
+            static constexpr auto mp2 = BigFloat_##width##_mp2;                                           \
+            static constexpr auto mul_uW = BigFloat_##width##_mul_uW;                                     \
+            static constexpr auto set_mul_uW = BigFloat_##width##_set_mul_uW;                             \
+            static constexpr auto set_add = BigFloat_##width##_set_add;                                   \
+            static constexpr auto set_sub = BigFloat_##width##_set_sub;                                   \
+            static constexpr auto set_sqr = BigFloat_##width##_set_sqr;                                   \
+            static constexpr auto set_mul = BigFloat_##width##_set_mul;                                   \
+            static constexpr auto set_sqr_ip = BigFloat_##width##_set_sqr_ip;                             \
+            static constexpr auto set_mul_ip = BigFloat_##width##_set_mul_ip;                             \
+            static constexpr auto set_mul_AB_BC = BigFloat_##width##_set_mul_AB_BC;                       \
+            static constexpr auto mul_Psize = BigFloat_##width##_mul_Psize;                               \
+        };                                                                                                \
+        struct E {                                                                                        \
+            static constexpr auto AddTo = ExactFloat_##width##_AddTo;                                     \
+            static constexpr auto SubTo = ExactFloat_##width##_SubTo;                                     \
+            static constexpr auto set_add = ExactFloat_##width##_set_add;                                 \
+            static constexpr auto set_sub = ExactFloat_##width##_set_sub;                                 \
+            static constexpr auto mp2 = ExactFloat_##width##_mp2;                                         \
+            static constexpr auto strip_tzs_all = ExactFloat_##width##_strip_tzs_all;                     \
+            static constexpr auto set_sqr = ExactFloat_##width##_set_sqr;                                 \
+            static constexpr auto set_mul = ExactFloat_##width##_set_mul;                                 \
+            static constexpr auto set_mul_extend = ExactFloat_##width##_set_mul_extend;                   \
+            static constexpr auto set_mul_AB_BC = ExactFloat_##width##_set_mul_AB_BC;                     \
+            static constexpr auto set_mul_AB_BC_normalize = ExactFloat_##width##_set_mul_AB_BC_normalize; \
+        };                                                                                                \
     };
-    struct I {
-        static constexpr auto set_uL = BigInt_c32_set_uL;
-        static constexpr auto set_uWs = BigInt_c32_set_uWs;
-        static constexpr auto set_BasicInt = BigInt_c32_set_BasicInt;
-        static constexpr auto set_BigInt = BigInt_c32_set_BigInt;
-        static constexpr auto set_BigFloat = BigInt_c32_set_BigFloat;
-        static constexpr auto get_range = BigInt_c32_get_range;
-        static constexpr auto cmp = BigInt_c32_cmp;
-        static constexpr auto shl = BigInt_c32_shl;
-        static constexpr auto shr = BigInt_c32_shr;
-        static constexpr auto mul_uW = BigInt_c32_mul_uW;
-        static constexpr auto set_mul_uW = BigInt_c32_set_mul_uW;
-        static constexpr auto set_add = BigInt_c32_set_add;
-        static constexpr auto set_sub = BigInt_c32_set_sub;
-        static constexpr auto mul_Psize = BigInt_c32_mul_Psize;
-        static constexpr auto set_sqr = BigInt_c32_set_sqr;
-        static constexpr auto set_mul = BigInt_c32_set_mul;
-    };
-    struct F {
-        static constexpr auto set_uL = BigFloat_c32_set_uL;
-        static constexpr auto set_BasicInt = BigFloat_c32_set_BasicInt;
-        static constexpr auto set_BigInt = BigFloat_c32_set_BigInt;
-        static constexpr auto set_ExactFloat = BigFloat_c32_set_ExactFloat;
-        static constexpr auto set_BigFloat = BigFloat_c32_set_BigFloat;
-        static constexpr auto set_double = BigFloat_c32_set_double;
-        static constexpr auto to_double = BigFloat_c32_to_double;
-        static constexpr auto get_range = BigFloat_c32_get_range;
-        static constexpr auto strip_tzs_all = BigFloat_c32_strip_tzs_all;
-        static constexpr auto cmp = BigFloat_c32_cmp;
-        static constexpr auto mp2 = BigFloat_c32_mp2;
-        static constexpr auto mul_uW = BigFloat_c32_mul_uW;
-        static constexpr auto set_mul_uW = BigFloat_c32_set_mul_uW;
-        static constexpr auto set_add = BigFloat_c32_set_add;
-        static constexpr auto set_sub = BigFloat_c32_set_sub;
-        static constexpr auto set_sqr = BigFloat_c32_set_sqr;
-        static constexpr auto set_mul = BigFloat_c32_set_mul;
-        static constexpr auto set_sqr_ip = BigFloat_c32_set_sqr_ip;
-        static constexpr auto set_mul_ip = BigFloat_c32_set_mul_ip;
-        static constexpr auto set_mul_AB_BC = BigFloat_c32_set_mul_AB_BC;
-        static constexpr auto mul_Psize = BigFloat_c32_mul_Psize;
-    };
-    struct E {
-        static constexpr auto AddTo = ExactFloat_c32_AddTo;
-        static constexpr auto SubTo = ExactFloat_c32_SubTo;
-        static constexpr auto set_add = ExactFloat_c32_set_add;
-        static constexpr auto set_sub = ExactFloat_c32_set_sub;
-        static constexpr auto mp2 = ExactFloat_c32_mp2;
-        static constexpr auto strip_tzs_all = ExactFloat_c32_strip_tzs_all;
-        static constexpr auto set_sqr = ExactFloat_c32_set_sqr;
-        static constexpr auto set_mul = ExactFloat_c32_set_mul;
-        static constexpr auto set_mul_extend = ExactFloat_c32_set_mul_extend;
-        static constexpr auto set_mul_AB_BC = ExactFloat_c32_set_mul_AB_BC;
-        static constexpr auto set_mul_AB_BC_normalize = ExactFloat_c32_set_mul_AB_BC_normalize;
-    };
-};
-template <>
-struct Exports<uint64_t> {
-    using BasicInt = BasicInt_c64;
-    using BigInt = BigInt_c64;
-    using BigFloat = BigFloat_c64;
-    using ExactFloat = ExactFloat_c64;
-    static constexpr auto make_basic = make_BasicInt_c64;
-    static constexpr auto make_exact = make_ExactFloat_c64;
-    struct B {
-        static constexpr auto set_addto = BasicInt_c64_set_addto;
-        static constexpr auto set_add = BasicInt_c64_set_add;
-        static constexpr auto set_subto = BasicInt_c64_set_subto;
-        static constexpr auto set_sub = BasicInt_c64_set_sub;
-        static constexpr auto set_sqrB = BasicInt_c64_set_sqrB;
-        static constexpr auto set_mulB = BasicInt_c64_set_mulB;
-    };
-    struct I {
-        static constexpr auto set_uL = BigInt_c64_set_uL;
-        static constexpr auto set_uWs = BigInt_c64_set_uWs;
-        static constexpr auto set_BasicInt = BigInt_c64_set_BasicInt;
-        static constexpr auto set_BigInt = BigInt_c64_set_BigInt;
-        static constexpr auto set_BigFloat = BigInt_c64_set_BigFloat;
-        static constexpr auto get_range = BigInt_c64_get_range;
-        static constexpr auto cmp = BigInt_c64_cmp;
-        static constexpr auto shl = BigInt_c64_shl;
-        static constexpr auto shr = BigInt_c64_shr;
-        static constexpr auto mul_uW = BigInt_c64_mul_uW;
-        static constexpr auto set_mul_uW = BigInt_c64_set_mul_uW;
-        static constexpr auto set_add = BigInt_c64_set_add;
-        static constexpr auto set_sub = BigInt_c64_set_sub;
-        static constexpr auto mul_Psize = BigInt_c64_mul_Psize;
-        static constexpr auto set_sqr = BigInt_c64_set_sqr;
-        static constexpr auto set_mul = BigInt_c64_set_mul;
-    };
-    struct F {
-        static constexpr auto set_uL = BigFloat_c64_set_uL;
-        static constexpr auto set_BasicInt = BigFloat_c64_set_BasicInt;
-        static constexpr auto set_BigInt = BigFloat_c64_set_BigInt;
-        static constexpr auto set_ExactFloat = BigFloat_c64_set_ExactFloat;
-        static constexpr auto set_BigFloat = BigFloat_c64_set_BigFloat;
-        static constexpr auto set_double = BigFloat_c64_set_double;
-        static constexpr auto to_double = BigFloat_c64_to_double;
-        static constexpr auto get_range = BigFloat_c64_get_range;
-        static constexpr auto strip_tzs_all = BigFloat_c64_strip_tzs_all;
-        static constexpr auto cmp = BigFloat_c64_cmp;
-        static constexpr auto mp2 = BigFloat_c64_mp2;
-        static constexpr auto mul_uW = BigFloat_c64_mul_uW;
-        static constexpr auto set_mul_uW = BigFloat_c64_set_mul_uW;
-        static constexpr auto set_add = BigFloat_c64_set_add;
-        static constexpr auto set_sub = BigFloat_c64_set_sub;
-        static constexpr auto set_sqr = BigFloat_c64_set_sqr;
-        static constexpr auto set_mul = BigFloat_c64_set_mul;
-        static constexpr auto set_sqr_ip = BigFloat_c64_set_sqr_ip;
-        static constexpr auto set_mul_ip = BigFloat_c64_set_mul_ip;
-        static constexpr auto set_mul_AB_BC = BigFloat_c64_set_mul_AB_BC;
-        static constexpr auto mul_Psize = BigFloat_c64_mul_Psize;
-    };
-    struct E {
-        static constexpr auto AddTo = ExactFloat_c64_AddTo;
-        static constexpr auto SubTo = ExactFloat_c64_SubTo;
-        static constexpr auto set_add = ExactFloat_c64_set_add;
-        static constexpr auto set_sub = ExactFloat_c64_set_sub;
-        static constexpr auto mp2 = ExactFloat_c64_mp2;
-        static constexpr auto strip_tzs_all = ExactFloat_c64_strip_tzs_all;
-        static constexpr auto set_sqr = ExactFloat_c64_set_sqr;
-        static constexpr auto set_mul = ExactFloat_c64_set_mul;
-        static constexpr auto set_mul_extend = ExactFloat_c64_set_mul_extend;
-        static constexpr auto set_mul_AB_BC = ExactFloat_c64_set_mul_AB_BC;
-        static constexpr auto set_mul_AB_BC_normalize = ExactFloat_c64_set_mul_AB_BC_normalize;
-    };
-};
+EXPORTS(uint32_t, c32)
+EXPORTS(uint64_t, c64)
+#undef EXPORTS
 
 template <class W>
 class ObjectExports : public testing::Test, protected Exports<W> {

@@ -130,17 +130,6 @@ TEST(ObjectsApi, TheHeadersChecksumsAreTheLibrarys) {
     EXPECT_NE(console.take().find("  (ok)"), std::string::npos);
 }
 
-TEST(ObjectsApi, ANegativeDifferenceCarriesItsMessage) {
-    kvt::test::ConsoleCapture console(SetConsoleSink);
-    uint64_t a[] = {1}, b[] = {2}, c[1];
-    const BasicInt_c64 A = make_BasicInt_c64(a, 1, 1), B = make_BasicInt_c64(b, 1, 1);
-    BasicInt_c64 C{c, 0, 0, 1};
-    ExceptionWrapper* error = BasicInt_c64_set_sub(&C, &A, &B);
-    ASSERT_NE(error, nullptr);
-    EXPECT_STREQ(error->message, "A negative value was encountered.");
-    error->destroy(error);
-}
-
 TEST(ObjectsApi, ThirtyTwoBitNumbersCompute) {
     uint32_t a[] = {0xffffffff, 0xffffffff}, s[3], f[8], scratch[100];
     const BasicParameters params{nullptr, scratch, sizeof scratch, 1};

@@ -133,13 +133,16 @@ void read_float(FuzzedDataProvider& in, int radix) {
     FUZZ_CHECK((out.L == 0) == (exact == 0));
     if (out.L == 0) return;
     const mpq_class got = value(out, out.exp * word_bits<W>);
-    typename api::BigFloat unit = out;  // of word p from the top
+    // Decimal: farther from zero by less than a unit in word p, or in word 1; hexadecimal: truncated to p + 2 words.
+    FUZZ_CHECK(radix == 10 ? abs(got) >= abs(exact) : abs(got) <= abs(exact));
+    const uint64_t held = radix == 10 ? std::max<uint64_t>(p, 1) : p + 2;
+    typename api::BigFloat unit = out;  // of the last word held
     W one = 1;
     unit.T = &one;
     unit.L = 1;
     unit.sign = true;
     FUZZ_CHECK(abs(mpq_class(got - exact)) <
-               value(unit, (out.exp + static_cast<int64_t>(out.L) - static_cast<int64_t>(p)) * word_bits<W>));
+               value(unit, (out.exp + static_cast<int64_t>(out.L) - static_cast<int64_t>(held)) * word_bits<W>));
 }
 
 template <class W>

@@ -87,10 +87,10 @@ TEST(FoldedProduct, IsExactForEveryOperand) {
         for (const EngineRung* rung : {&short_rung, &long_rung})
             for (Pattern a : hard_patterns)
                 for (Pattern b : {a, Pattern::random}) {
+                    if (!KVNUM_HAVE_GMP && a != b) continue;  // the oracle is slow
                     check<u64>(*rung, total - total / 2, total / 2, a, b, rng);
                     check<u32>(*rung, total - total / 2, total / 2, b, a, rng);
                     check<u64>(*rung, total - total / 3, total / 3, a, b, rng);
-                    if (!KVNUM_HAVE_GMP && b == Pattern::random) return;  // the oracle is slow
                 }
     }
 }
@@ -103,9 +103,9 @@ TEST(FoldedProduct, IsExactFarBeyondTheShortRung) {
         ASSERT_TRUE(folds(far_rung, total - total / 2, total / 2, false));
         for (Pattern a : hard_patterns)
             for (Pattern b : {a, Pattern::random}) {
+                if (!KVNUM_HAVE_GMP && a != b) continue;
                 check<u64>(far_rung, total - total / 2, total / 2, a, b, rng);
                 check<u32>(far_rung, longest_short_words, excess, b, a, rng);
-                if (!KVNUM_HAVE_GMP && b == Pattern::random) return;
             }
     }
     EXPECT_FALSE(folds(far_rung, 751, 750, false)) << "more than seven eighths";

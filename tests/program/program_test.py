@@ -301,7 +301,8 @@ class Program(unittest.TestCase):
         summary = json.loads(done.stderr)
         self.assertEqual((summary["constant"], summary["digits"], summary["file"]), ("sqrt2", 2000, None))
         self.assertEqual(summary["last"], done.stdout.decode().strip()[-50:])
-        self.assertAlmostEqual(sum(summary["phases"].values()), summary["seconds"], delta=1)
+        self.assertGreater(sum(summary["phases"].values()), 0)
+        self.assertLessEqual(sum(summary["phases"].values()), summary["seconds"] + 0.001)
 
     def test_memory_is_foreseen(self):
         # Its numbers outgrow the precision early, so that many levels of the splitting hold full ones.
@@ -428,7 +429,7 @@ class Terminal(unittest.TestCase):
     def test_quiet_shows_digits_alone(self):
         pid, terminal = self.start("pi", "20", "--quiet")
         self.assertEqual(self.read(terminal), b"3.14159265358979323846\r\n")
-        os.waitpid(pid, 0)
+        self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
 
     def test_interrupt_leaves_nothing_behind(self):
         pid, terminal = self.start("pi", "50000000", "-o", "out")
@@ -438,7 +439,7 @@ class Terminal(unittest.TestCase):
         os.write(terminal, b"\x03")
         self.assertIn(b"interrupted", self.read(terminal))
         self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 130)
-        self.assertLess(time.monotonic() - begin, 10 if SANITIZED else 1)
+        self.assertLess(time.monotonic() - begin, 10)
         self.assertEqual(os.listdir(self.folder.name), [])
 
 

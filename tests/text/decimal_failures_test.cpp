@@ -102,6 +102,7 @@ TYPED_TEST(DecimalFailures, AFalsePowerIsSeenAtASeam) {
                                   work);
             });
     }
+    EXPECT_GT(checked, 0u);
 }
 
 TYPED_TEST(DecimalFailures, BasesBelowTwoAndShortScratchAreRefused) {

@@ -98,14 +98,18 @@ TEST(TextFaults, InOperandsAndScratch) {
     Subject subject(20000, 2, 9);
     FaultCampaign::print_head();
     const u64 faults = test::rounds(300);
+    const auto check = [&](const FaultCounts& counts, const char* where) {
+        EXPECT_EQ(counts.faults, faults) << where;
+        EXPECT_EQ(counts.crashed + counts.wrong, 0u) << where;
+        EXPECT_GT(counts.caught, 0u) << where;
+    };
     const auto writing = [&](const char* where, MemoryRange range) {
         const FaultCounts counts = FaultCampaign::run(faults, [&](u64 i) {
             test::Rng rng(31 * i + 1);
             return subject.write_with_fault(range, rng);
         });
         FaultCampaign::print("writing decimal", where, counts);
-        EXPECT_EQ(counts.crashed, 0u) << where;
-        return counts;
+        check(counts, where);
     };
     const auto reading = [&](const char* where, MemoryRange range) {
         const FaultCounts counts = FaultCampaign::run(faults, [&](u64 i) {
@@ -113,8 +117,7 @@ TEST(TextFaults, InOperandsAndScratch) {
             return subject.read_with_fault(range, rng);
         });
         FaultCampaign::print("reading decimal", where, counts);
-        EXPECT_EQ(counts.crashed, 0u) << where;
-        return counts;
+        check(counts, where);
     };
     writing("the integer", subject.operand());
     writing("scratch", subject.writing_scratch());

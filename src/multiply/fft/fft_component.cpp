@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "kernels/float_state.h"
 #include "multiply/fft/length_table.h"
 
 namespace kvt::multiply {
@@ -21,7 +22,8 @@ struct Block {
 };
 static_assert(sizeof(Block) == 64);
 
-void fill_subtable(u8* at, u64 radix, u64 top) {
+// Out of line: a call stays within the floating-point state that is set around it.
+[[gnu::noinline]] void fill_subtable(u8* at, u64 radix, u64 top) {
     // Bytes before level 4: unused.
     std::memset(at, 0, radix * (u64{4} << lowest_level));
 
@@ -75,6 +77,7 @@ void FftComponent::fill(u8* at) {
         u64 radix;
         Word level, start;
     } subtables[] = {{1, level_1, start_1}, {3, level_3, start_3}, {5, level_5, start_5}};
+    const kernels::FloatState state;
     for (const auto& s : subtables) {
         words_[s.start] = address_word(at);
         fill_subtable(at, s.radix, words_[s.level]);

@@ -36,7 +36,7 @@ struct PrimeSet {
     u64 not_power[most_primes][3];
 };
 
-// Points of one word modulo three primes below 2^63: the first set's product exceeds 2^128 * 7 * 2^48 by 9 bits; the
+// Points of one word modulo three primes below 2^63: the first set's product exceeds 2^128 * 7 * 2^48 by 10 bits; the
 // second, which serves the longest lengths alone and as powers of two, exceeds 2^128 * 2^56 by 1 bit. Points of two
 // words modulo six primes below 2^50, for vector kernels: the product exceeds 2^256 * 7 * 2^36 by 4.7 bits.
 inline constexpr unsigned wide_set = 0, longest_set = 1, narrow_set = 2;

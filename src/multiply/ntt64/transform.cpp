@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "kernels/cpu.h"
+#include "kernels/float_state.h"
 #include "kernels/residue61.h"
 #include "multiply/ntt64/constants.h"
 #include "multiply/transform_checks.h"
@@ -255,11 +256,13 @@ void Transform::product(unsigned i, Point* x, Operand b, Point* y) noexcept {
 
 void Transform::join(Point* x) const noexcept {
     const u64 points = shape_.points(), n = points * prime_sets[shape_.set].point_words;
+    const kernels::FloatState state;  // short points are joined by a quotient that is estimated in doubles
     const JoinConstants constants = join_constants(shape_, kernels_);
     u64 carries[part_limit][3] = {};
     u64 ends[part_limit] = {};
     const u64 groups = points / 8, chunks = std::min(tasks_, groups);
     Threads::run_parts(chunks, [&](u64 i) {
+        const kernels::FloatState state_there;
         const Threads::Share share = Threads::share_of(groups, chunks, i);
         kernels_.join(x + 8 * share.first, points, 8 * (share.last - share.first), constants, carries[i]);
         ends[i] = share.last * 8 * prime_sets[shape_.set].point_words;

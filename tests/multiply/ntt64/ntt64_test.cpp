@@ -1,6 +1,7 @@
 // The 64-bit transform: constants, plans, and products against the oracle through every radix, stage and entry.
 
 #include <gtest/gtest.h>
+#include <xmmintrin.h>
 
 #include <algorithm>
 #include <cmath>
@@ -262,6 +263,19 @@ TEST_P(Ntt64, EveryRadixFromItsFirstLength) {
             }
             check_product<u64>(64 * points, points, points, Pattern::all_ones, Pattern::all_ones, 1, rng);
         }
+    }
+}
+
+// Every rounding mode, and exceptions for inexact results, which a join estimates quotients with.
+TEST_P(Ntt64, JoinsInItsOwnFloatingPointState) {
+    Rng rng(649);
+    const unsigned before = _mm_getcsr();
+    for (const unsigned state : {0x0f80u, 0x3f80u, 0x5f80u, 0x7f80u}) {
+        _mm_setcsr(state);
+        check_product<u64>(64 * 128, 128, 128, Pattern::all_ones, Pattern::random, 2, rng);
+        const unsigned after = _mm_getcsr();
+        _mm_setcsr(before);
+        EXPECT_EQ(after, state);
     }
 }
 
