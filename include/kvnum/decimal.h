@@ -70,7 +70,8 @@ ExceptionWrapper* BigFloat_c64_set_string_dec_sizes(uint64_t* out_words, uint64_
 
 /* out = the number written at text, to p words however short the text: exact where it fits in p words, else farther from
  * zero by less than one unit in word p from the top (p = 0 counts as 1), so that its truncated digits are those that
- * were read. An optional sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".
+ * were read; what stands behind words of zeros from word p + 1 on may be cut, where no digit before it changes. An optional
+ * sign, digits with an optional point, and an optional exponent as "e42" or " *10^ 42".
  * Source: text/read_float.cpp */
 ExceptionWrapper* BigFloat_c32_set_string_dec(const BasicParameters* params, BigFloat_c32* out, const char* text,
                                               uint64_t chars, uint64_t p);

@@ -133,9 +133,11 @@ void read_float(FuzzedDataProvider& in, int radix) {
     FUZZ_CHECK((out.L == 0) == (exact == 0));
     if (out.L == 0) return;
     const mpq_class got = value(out, out.exp * word_bits<W>);
-    // Decimal: farther from zero by less than a unit in word p, or in word 1; hexadecimal: truncated to p + 2 words.
-    FUZZ_CHECK(radix == 10 ? abs(got) >= abs(exact) : abs(got) <= abs(exact));
-    const uint64_t held = radix == 10 ? std::max<uint64_t>(p, 1) : p + 2;
+    // Decimal: farther from zero by less than a unit in word p, or in word 1, but for what stands behind words of zeros;
+    // hexadecimal: truncated to p + 2 words.
+    const bool nearer = abs(got) < abs(exact);
+    FUZZ_CHECK(radix == 10 || abs(got) <= abs(exact));
+    const uint64_t held = radix == 16 || nearer ? p + 2 : std::max<uint64_t>(p, 1);
     typename api::BigFloat unit = out;  // of the last word held
     W one = 1;
     unit.T = &one;
