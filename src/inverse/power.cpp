@@ -71,7 +71,7 @@ void power_on_stack(BigFloat<W>& out, W x, u64 n, u64 K, const ProgressSink* sin
 template <class W>
 void require_exponent(W x, u64 n) {
     if (n >> 56 == 0) return;
-    const auto bits = static_cast<unsigned __int128>(n) * static_cast<unsigned>(std::bit_width(x));
+    const auto bits = static_cast<u128>(n) * static_cast<unsigned>(std::bit_width(x));
     if (bits / word_bits<W> >= u64{1} << 62)
         raise_generic(errors::unsupported_value, "BigFloatR_pow_uW_uL()", "The power's exponent is too large.");
 }

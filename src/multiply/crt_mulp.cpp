@@ -64,7 +64,7 @@ class Product {
           N_(N) {
         require_table(params, convolution.negacyclic.plan, location);
         const u64 needed = crt_mulp_sizes(convolution, 32 * N, params.tasks).scratch_bytes;
-        if (params.memory_bytes < needed) raise_buffer_too_small(location, params.memory_bytes, needed);
+        require_capacity(params.memory_bytes, needed, location);
     }
 
     void form(const u32* A, u64 na, const u32* B, u64 nb) const {

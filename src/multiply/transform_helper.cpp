@@ -34,7 +34,7 @@ TransformHelper<W>::TransformHelper(const BasicParameters& params, u64 words, co
       table_(&require_table(params, plan_, constructor)),
       tasks_(useful_tasks(params.tasks, words * word_bits<W>)) {
     const u64 needed = kept_scratch_bytes(plan_, tasks_);
-    if (params.memory_bytes < needed) raise_buffer_too_small(constructor, params.memory_bytes, needed);
+    require_capacity(params.memory_bytes, needed, constructor);
     second_ = static_cast<u8*>(aligned(params.memory, plan_.alignment));
     first_ = second_ + plan_.operand_bytes;
     work_ = first_ + plan_.operand_bytes;

@@ -59,7 +59,7 @@ template <class W>
 char* write_directly(const BasicParameters& params, char* buffer, const BigInt<W>& x) {
     const u64 n = (x.L * sizeof(W) + 7) / 8;
     const u64 needed = alignment_slack<W> + 8 * (n + medium_scratch_words(n));
-    if (params.memory_bytes < needed) raise_buffer_too_small("BigInt::to_string_dec()", params.memory_bytes, needed);
+    require_capacity(params.memory_bytes, needed, "BigInt::to_string_dec()");
     u64* const words = reinterpret_cast<u64*>(aligned_memory<W>(params.memory));
     words[n - 1] = 0;
     std::memcpy(words, x.T, x.L * sizeof(W));

@@ -258,7 +258,7 @@ u64 read_decimal_digits(const BasicParameters& params, W* out, const char* digit
     const GlobalTwiddleTable* table = params.table;
     if (plan.levels > 0) table = &multiply::require_table(params, plan.level[plan.levels - 1].transform, location);
     const u64 needed = plan.scratch_bytes();
-    if (params.memory_bytes < needed) raise_buffer_too_small(location, params.memory_bytes, needed);
+    require_capacity(params.memory_bytes, needed, location);
     u8* const memory = aligned_memory<W>(params.memory);
     u8* const work = memory + plan.powers_bytes();
     compute_powers(plan, *table, memory, work);

@@ -88,8 +88,7 @@ void set_string_dec(const BasicParameters& params, BigFloat<W>& out, const char*
     const u64 digits = used_digits<W>(number.significant_digits(), q);
     const Layout<W> layout = layout_of<W>(digits, q);
     require_capacity(out.buffer_size, q + 3, dec_location);
-    if (params.memory_bytes < layout.fixed_bytes())
-        raise_buffer_too_small(dec_location, params.memory_bytes, layout.fixed_bytes());
+    require_capacity(params.memory_bytes, layout.fixed_bytes(), dec_location);
 
     u8* memory = static_cast<u8*>(params.memory);
     const auto carve = [&](u64 bytes) {

@@ -16,7 +16,7 @@ template <class W>
 ReadSizes read_float_sizes(u64 chars, u64 p, u64 tasks);
 
 // out := the number, to p + 2 words: exact where it fits in p, else farther from zero than what is written, by less than
-// a unit in word p from the top. p = 0 counts as 1. Raises Serialization::ParseException before anything is written.
+// a unit in word p from the top; what stands behind words of zeros may be cut. p = 0 counts as 1. Raises Serialization::ParseException before anything is written.
 template <class W>
 void set_string_dec(const BasicParameters& params, objects::BigFloat<W>& out, const char* text, u64 chars, u64 p);
 

@@ -45,9 +45,10 @@ struct Digits {
 // digits before them are right; then there is no value.
 std::optional<Digits> digits_of(const kv::Real& x, const ComputeRequest& request) {
     // Digits are counted from the first one; below one that is the 1 which is added.
-    const bool proper = abs(x) < kv::Real(1, 1);
+    const kv::Integer integer = x.to_integer();
+    const bool proper = integer.is_zero();
     const kv::Real moved = proper ? abs(x) + kv::Real(1, x.precision()) : kv::Real();
-    const std::uint64_t integer_bits = proper ? 1 : x.to_integer().bits();
+    const std::uint64_t integer_bits = proper ? 1 : integer.bits();
     const double per_digit = request.hex ? 4 : std::log2(10.0);
     const std::uint64_t d = request.digits + guard_digits + 10 +
                             static_cast<std::uint64_t>(static_cast<double>(integer_bits) / per_digit) + 1;

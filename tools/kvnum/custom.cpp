@@ -128,6 +128,9 @@ class Reader {
     Description out_;
 };
 
+// The top words of a long number, for a comparison of sizes.
+kv::Real head(kv::Real x) { return std::move(x.set_precision(2)); }
+
 }  // namespace
 
 Formula formula_from_file(const std::string& file) {
@@ -144,9 +147,9 @@ Formula formula_from_file(const std::string& file) {
                          &below = d.invert ? s.numerator : s.denominator;
                 if (below.is_zero()) throw UserError("the series is zero and stands below");
                 if (d.invert) {
-                    kv::Real least = above;
+                    kv::Real least = head(above);
                     least.scale(-static_cast<std::int64_t>(least_below * std::log2(10.0)));
-                    if (abs(below) < abs(least)) throw UserError("the sum is below 10^-20 and stands below");
+                    if (abs(head(below)) < abs(least)) throw UserError("the sum is below 10^-20 and stands below");
                 }
                 below.multiply_word(d.divisor);
                 kv::Real out = shop.quotient(std::move(above), below);

@@ -53,6 +53,33 @@ struct Position {
     throw UserError(fmt::format("{}, line {}, column {}: {}", name_of(file), at.line, at.column, reason));
 }
 
+bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+
+std::string show(char c) {
+    if (c > ' ' && c <= '~') return fmt::format("'{}'", c);
+    return fmt::format("byte 0x{:02x}", static_cast<unsigned char>(c));
+}
+
+bool is_of_the_system(const std::filesystem::path& path) {
+    const std::string name = path.lexically_normal().generic_string();
+    return name == "/dev/stdin" || name == "/dev/stdout" || name == "/dev/stderr" || name.starts_with("/dev/fd/") ||
+           name.starts_with("/proc/");
+}
+
+// Where links lead; the system's own, which stand for open files, stay. Empty for a loop.
+std::filesystem::path target_of(const std::string& name) {
+    std::filesystem::path path = name;
+    std::error_code failure;
+    for (int links = 0; links < 40 && !is_of_the_system(path); ++links) {
+        const std::filesystem::path next = std::filesystem::read_symlink(path, failure);
+        if (failure) return path;
+        path = path.parent_path() / next;
+    }
+    return is_of_the_system(path) ? path : std::filesystem::path();
+}
+
 }  // namespace
 
 std::string read_text(const std::string& file) {
@@ -83,19 +110,6 @@ std::string read_text(const std::string& file) {
     return text;
 }
 
-namespace {
-
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
-bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-
-std::string show(char c) {
-    if (c > ' ' && c <= '~') return fmt::format("'{}'", c);
-    return fmt::format("byte 0x{:02x}", static_cast<unsigned char>(c));
-}
-
-}  // namespace
-
 std::string read_operand(const std::string& file, bool hex) {
     std::string text = read_text(file);
     std::size_t kept = 0;         // characters kept so far, at the start of the text
@@ -122,28 +136,6 @@ std::string read_operand(const std::string& file, bool hex) {
     text.resize(kept);
     return text;
 }
-
-namespace {
-
-bool is_of_the_system(const std::filesystem::path& path) {
-    const std::string name = path.lexically_normal().generic_string();
-    return name == "/dev/stdin" || name == "/dev/stdout" || name == "/dev/stderr" || name.starts_with("/dev/fd/") ||
-           name.starts_with("/proc/");
-}
-
-// Where links lead; the system's own, which stand for open files, stay. Empty for a loop.
-std::filesystem::path target_of(const std::string& name) {
-    std::filesystem::path path = name;
-    std::error_code failure;
-    for (int links = 0; links < 40 && !is_of_the_system(path); ++links) {
-        const std::filesystem::path next = std::filesystem::read_symlink(path, failure);
-        if (failure) return path;
-        path = path.parent_path() / next;
-    }
-    return is_of_the_system(path) ? path : std::filesystem::path();
-}
-
-}  // namespace
 
 OutputFile::OutputFile(const std::string& name) : name_(name), target_(name) {
     if (name.empty()) {

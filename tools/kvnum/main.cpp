@@ -5,7 +5,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <iostream>
 #include <kvnum/kvnum.hpp>
 #include <new>
 #include <string>
@@ -102,14 +101,10 @@ class CommandLine {
             SetConsoleSink(nullptr, nullptr);
             PrintVersionInfo();
             CompilationOptions();
-            finish_standard_output();
         });
         CLI::App* bench = app.add_subcommand("bench", "times of products, division, text and pi, a few seconds");
         add_thread_options(bench);
-        bench->final_callback([this] {
-            with_context(request, self_benchmark);
-            finish_standard_output();
-        });
+        bench->final_callback([this] { with_context(request, self_benchmark); });
     }
 
     CLI::App app{
@@ -180,6 +175,16 @@ class CommandLine {
     std::string series_file, against_file;
 };
 
+int run(int argc, char** argv) {
+    CommandLine line;
+    try {
+        line.app.parse(argc, argv);
+        return 0;
+    } catch (const CLI::ParseError& error) {
+        return line.app.exit(error) == 0 ? 0 : user_failure;
+    }
+}
+
 int main(int argc, char** argv) {
     kv::Context::quiet();
     return_long_numbers();
@@ -188,14 +193,9 @@ int main(int argc, char** argv) {
         tell(fmt::format("kvnum: {}\n", reason));
         return status;
     };
-    CommandLine line;
     try {
-        line.app.parse(argc, argv);
-        return 0;
-    } catch (const CLI::ParseError& error) {
-        const int status = line.app.exit(error) == 0 ? 0 : user_failure;
-        std::cout.flush();
-        if (!std::cout) return fail(user_failure, "standard output: cannot be written");
+        const int status = run(argc, argv);
+        finish_standard_output();
         return status;
     } catch (const UserError& error) {
         return fail(user_failure, error.what());
